@@ -1,0 +1,99 @@
+#include "app/Preferences.h"
+
+#include <QSettings>
+
+namespace pexi {
+
+Preferences &Preferences::instance()
+{
+    static Preferences preferences;
+    return preferences;
+}
+
+void Preferences::registerDefaults(Preferences &preferences)
+{
+    preferences.registerDefaultValues({
+        {Constants::autoSavePasswords, true},
+        {Constants::showSaveNotifications, true},
+        {Constants::showWelcomeScreen, true},
+    });
+}
+
+Preferences::Preferences(QObject *parent)
+    : Preferences(std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
+                                              QStringLiteral("Pexi"),
+                                              QStringLiteral("Pexi Worker")),
+                  parent)
+{
+}
+
+Preferences::Preferences(std::unique_ptr<QSettings> settings, QObject *parent)
+    : QObject(parent), m_settings(std::move(settings))
+{
+}
+
+Preferences::~Preferences() = default;
+
+void Preferences::setShowStatusBarIcon(bool show)
+{
+    if (m_showStatusBarIcon == show)
+        return;
+    m_showStatusBarIcon = show;
+    emit showStatusBarIconChanged(show);
+}
+
+bool Preferences::autoSavePasswords() const
+{
+    return boolForKey(Constants::autoSavePasswords);
+}
+
+void Preferences::setAutoSavePasswords(bool autoSave)
+{
+    setBoolForKey(Constants::autoSavePasswords, autoSave);
+}
+
+bool Preferences::showSaveNotifications() const
+{
+    if (!autoSavePasswords())
+        return true;
+    return boolForKey(Constants::showSaveNotifications);
+}
+
+void Preferences::setShowSaveNotifications(bool show)
+{
+    setBoolForKey(Constants::showSaveNotifications, show);
+}
+
+bool Preferences::showWelcomeScreen() const
+{
+    return boolForKey(Constants::showWelcomeScreen);
+}
+
+void Preferences::setShowWelcomeScreen(bool show)
+{
+    setBoolForKey(Constants::showWelcomeScreen, show);
+}
+
+void Preferences::registerDefaultValues(const QVariantMap &values)
+{
+    for (auto it = values.begin(); it != values.end(); ++it)
+        m_registeredDefaults.insert(it.key(), it.value());
+}
+
+bool Preferences::boolForKey(const QString &key) const
+{
+    // Every read goes to the store, so a change made by another process is seen at once.
+    m_settings->sync();
+    const QVariant stored = m_settings->value(key);
+    if (stored.isValid())
+        return stored.toBool();
+    return m_registeredDefaults.value(key).toBool();
+}
+
+void Preferences::setBoolForKey(const QString &key, bool value)
+{
+    m_settings->setValue(key, value);
+    m_settings->sync();
+}
+
+} // namespace pexi

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QVariantMap>
+
+#include <memory>
+
+class QSettings;
+
+namespace pexi {
+
+// The worker's settings. Three of them persist in the user's settings store; an absent key reads
+// as its registered default. Whether the status item is shown lives only as long as the process.
+class Preferences : public QObject
+{
+    Q_OBJECT
+public:
+    struct Constants
+    {
+        static inline const QString autoSavePasswords = QStringLiteral("auto_save_passwords");
+        static inline const QString showSaveNotifications = QStringLiteral("save_notifications");
+        static inline const QString showWelcomeScreen = QStringLiteral("show_welcome_screen");
+    };
+
+    static Preferences &instance();
+    // Registers true for the three persisted keys; done at every launch.
+    static void registerDefaults(Preferences &preferences = instance());
+
+    // The user's own settings store (organisation "Pexi", application "Pexi Worker").
+    explicit Preferences(QObject *parent = nullptr);
+    // Reads and writes `settings` instead; tests hand in a store in a temporary directory.
+    explicit Preferences(std::unique_ptr<QSettings> settings, QObject *parent = nullptr);
+    ~Preferences() override;
+
+    bool showStatusBarIcon() const { return m_showStatusBarIcon; }
+    void setShowStatusBarIcon(bool show);
+
+    bool autoSavePasswords() const;
+    void setAutoSavePasswords(bool autoSave);
+    // Always true while captured logins are not saved automatically: the user is then asked
+    // through a notification, so notifications cannot be off. The stored value is left alone
+    // and applies again once automatic saving is back on.
+    bool showSaveNotifications() const;
+    void setShowSaveNotifications(bool show);
+    bool showWelcomeScreen() const;
+    void setShowWelcomeScreen(bool show);
+
+    // Values that absent keys read as. Kept in memory only, like every registration.
+    void registerDefaultValues(const QVariantMap &values);
+
+signals:
+    // The status item follows this at once.
+    void showStatusBarIconChanged(bool show);
+
+private:
+    bool boolForKey(const QString &key) const;
+    void setBoolForKey(const QString &key, bool value);
+
+    std::unique_ptr<QSettings> m_settings;
+    QVariantMap m_registeredDefaults;
+    bool m_showStatusBarIcon = true;
+};
+
+} // namespace pexi

@@ -1,0 +1,131 @@
+#include "core/HostnameInfo.h"
+
+#include <QRegularExpression>
+#include <QUrl>
+
+#include <libpsl.h>
+
+#include <algorithm>
+
+namespace pexi {
+
+namespace {
+
+constexpr qsizetype maxHostLength = 253;
+
+// The distribution's list (/usr/share/publicsuffix) is updated with the system, so it is preferred
+// over the copy compiled into libpsl; psl_latest falls back to that copy by itself. The context is
+// never freed: lookups may still happen while other statics are being destroyed. If no list is
+// available at all, psl_registrable_domain returns NULL and every host only matches exactly.
+const psl_ctx_t *suffixList()
+{
+    static const psl_ctx_t *const list = [] {
+        const psl_ctx_t *latest = psl_latest(nullptr);
+        return latest ? latest : psl_builtin();
+    }();
+    return list;
+}
+
+// QUrl only finds a host behind "//", so bare input is given a scheme.
+QUrl toUrl(const QString &text)
+{
+    static const QRegularExpression scheme(QStringLiteral("^[a-z][a-z0-9+.-]*://"),
+                                           QRegularExpression::CaseInsensitiveOption);
+    if (scheme.match(text).hasMatch())
+        return QUrl(text);
+    if (text.startsWith(QLatin1String("//")))
+        return QUrl(QLatin1String("http:") + text);
+    // host() hands IPv6 literals back without brackets; accept that form so it parses again.
+    const bool bareIpv6 = text.count(QLatin1Char(':')) >= 2 && !text.startsWith(QLatin1Char('[')) &&
+                          !text.contains(QLatin1Char('/')) && !text.contains(QLatin1Char('@'));
+    if (bareIpv6)
+        return QUrl(QLatin1String("http://[") + text + QLatin1Char(']'));
+    return QUrl(QLatin1String("http://") + text);
+}
+
+bool isNumeric(QStringView label)
+{
+    return !label.isEmpty() && std::all_of(label.begin(), label.end(), [](QChar c) {
+        return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+    });
+}
+
+} // namespace
+
+// Error messages never quote the input: it may be a full URL carrying credentials or tokens.
+HostnameInfo HostnameInfo::fromString(const QString &text)
+{
+    const QString trimmed = text.trimmed();
+    if (trimmed.isEmpty())
+        throw HostnameError("No host name or URL was given");
+
+    const QUrl url = toUrl(trimmed);
+    if (!url.isValid())
+        throw HostnameError("The text is not a valid URL or host name");
+    QString decoded = url.host();
+    if (decoded.isEmpty())
+        throw HostnameError("The URL does not contain a host name");
+
+    HostnameInfo info;
+    if (decoded.contains(QLatin1Char(':'))) {
+        // Only IPv6 literals contain colons; QUrl has already validated and compressed them.
+        info.m_host = decoded;
+        info.m_registrableDomain = info.m_host;
+        info.m_mainName = info.m_host;
+        info.m_isAddressOrSingleLabel = true;
+        return info;
+    }
+
+    // QUrl has lower-cased the host and rejected empty or over-long labels; one trailing dot
+    // (the DNS root) is all that is left to drop before the ASCII form can be compared.
+    if (decoded.endsWith(QLatin1Char('.')))
+        decoded.chop(1);
+    const QByteArray ace = QUrl::toAce(decoded);
+    if (ace.isEmpty())
+        throw HostnameError("The host name is empty or cannot be converted to ASCII");
+    if (ace.size() > maxHostLength)
+        throw HostnameError("The host name is longer than 253 characters");
+    const QString host = QString::fromLatin1(ace);
+    const QStringList labels = host.split(QLatin1Char('.'));
+
+    info.m_host = host;
+    // A numeric last label means an IPv4 address, or something that is no DNS name under any
+    // real top-level domain; the list would wrongly pair 192.168.1.1 with 10.0.1.1 as "1.1".
+    info.m_isAddressOrSingleLabel = labels.size() == 1 || isNumeric(labels.last());
+    if (info.m_isAddressOrSingleLabel) {
+        info.m_registrableDomain = host;
+        info.m_mainName = host;
+        return info;
+    }
+
+    // The result points into ace, which therefore has to outlive its use.
+    const char *registrable = psl_registrable_domain(suffixList(), ace.constData());
+    // NULL means the host is itself a public suffix (co.uk, github.io): nothing to share.
+    info.m_registrableDomain = registrable ? QString::fromLatin1(registrable) : host;
+    info.m_mainName = info.m_registrableDomain.section(QLatin1Char('.'), 0, 0);
+    return info;
+}
+
+QStringList HostnameInfo::components() const
+{
+    QStringList result{m_mainName};
+    for (const QString *part : {&m_registrableDomain, &m_host}) {
+        if (*part != result.last())
+            result.append(*part);
+    }
+    return result;
+}
+
+bool HostnameInfo::matches(const QString &other, bool ignoringSubdomains) const
+{
+    return matches(fromString(other), ignoringSubdomains);
+}
+
+bool HostnameInfo::matches(const HostnameInfo &other, bool ignoringSubdomains) const
+{
+    if (ignoringSubdomains)
+        return m_registrableDomain == other.m_registrableDomain;
+    return m_host == other.m_host;
+}
+
+} // namespace pexi

@@ -1,0 +1,76 @@
+#include "core/Locker.h"
+
+#include "core/Account.h"
+#include "core/EncryptionService.h"
+#include "core/Vault.h"
+#include "core/VaultSession.h"
+
+namespace pexi {
+
+const QString Locker::PexiLockedNotification = QStringLiteral("PexiLockedNotification");
+const QString Locker::PexiUnlockedNotification = QStringLiteral("PexiUnlockedNotification");
+
+Locker &Locker::instance()
+{
+    static Locker locker(Vault::shared(), Account::shared(), EncryptionService::shared());
+    return locker;
+}
+
+Locker::Locker(Vault &vault, Account &account, EncryptionService &encryption,
+               NotificationCenter &center)
+    : m_vault(vault), m_account(account), m_encryption(encryption), m_center(center)
+{
+}
+
+Locker::~Locker() = default;
+
+LockState Locker::lockState() const
+{
+    return m_session ? LockState::unlocked : LockState::locked;
+}
+
+void Locker::lock()
+{
+    m_account.forgetRecallSecret();
+    m_encryption.forgetKeys();
+    if (!m_session)
+        return;
+    m_session.reset();
+    m_center.post(PexiLockedNotification, this);
+}
+
+bool Locker::unlock()
+{
+    if (m_session)
+        return true;
+    if (m_account.recallSecret().isEmpty())
+        return false;
+    std::optional<SecureBytes> key = m_encryption.keyForSecret(m_account.recallSecret());
+    m_account.forgetRecallSecret();
+    m_encryption.forgetKeys();
+    if (!key)
+        return false;
+    m_session = std::make_unique<VaultSession>(m_vault, std::move(*key));
+    m_center.post(PexiUnlockedNotification, this);
+    return true;
+}
+
+bool Locker::runWithInventory(const std::function<void(Inventory &)> &block)
+{
+    if (!m_session)
+        return false;
+    block(m_session->inventory());
+    return true;
+}
+
+QStringList Locker::unreadableItems() const
+{
+    return m_session ? m_session->unreadableItems() : QStringList();
+}
+
+bool Locker::reloadChangedItems()
+{
+    return m_session && m_session->reloadChangedItems();
+}
+
+} // namespace pexi

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "core/LockState.h"
+#include "core/NotificationCenter.h"
+
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+namespace pexi {
+
+class Account;
+class EncryptionService;
+class Inventory;
+class Vault;
+class VaultSession;
+
+// Owns the lock: the key and the decrypted items exist only while unlocked.
+class Locker
+{
+public:
+    static const QString PexiLockedNotification;
+    static const QString PexiUnlockedNotification;
+
+    static Locker &instance();
+    Locker(Vault &vault, Account &account, EncryptionService &encryption,
+           NotificationCenter &center = NotificationCenter::defaultCenter());
+    ~Locker();
+
+    LockState lockState() const;
+    // Wipes the key, drops the items and posts PexiLockedNotification. No-op while locked.
+    void lock();
+    // Opens the vault with the secret handed to Account (and checked by EncryptionService) and
+    // posts PexiUnlockedNotification. False when there is no secret or it does not open the vault.
+    // Throws VaultError when the vault cannot be read at all.
+    bool unlock();
+
+    // Runs `block` synchronously on the calling thread, before returning; not at all while
+    // locked. Returns whether it ran.
+    bool runWithInventory(const std::function<void(Inventory &)> &block);
+
+    // Items of the open vault that failed authentication (damaged or tampered) and were skipped.
+    QStringList unreadableItems() const;
+
+    // Sync: folds in what another process wrote since the last look. Returns whether any item
+    // changed; no-op while locked.
+    bool reloadChangedItems();
+
+private:
+    Vault &m_vault;
+    Account &m_account;
+    EncryptionService &m_encryption;
+    NotificationCenter &m_center;
+    std::unique_ptr<VaultSession> m_session;
+};
+
+} // namespace pexi

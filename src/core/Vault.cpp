@@ -1,0 +1,198 @@
+#include "core/Vault.h"
+
+#include "core/GridLibrary.h"
+#include "core/PictureLibrary.h"
+#include "core/VaultCipher.h"
+#include "core/VaultError.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+#include <QStandardPaths>
+
+#include <sodium.h>
+#include <sys/stat.h>
+
+
+namespace pexi {
+
+const QByteArray Vault::verifierText = QByteArrayLiteral("pexi vault verifier");
+
+namespace {
+const QString vaultFileName = QStringLiteral("vault.pexi");
+
+// Uniform index below `bound`, from the system's cryptographic generator.
+int uniformBelow(int bound)
+{
+    return int(randombytes_uniform(quint32(bound)));
+}
+
+template <typename List> void secureShuffle(List &list)
+{
+    for (int i = int(list.size()) - 1; i > 0; --i)
+        list.swapItemsAt(i, uniformBelow(i + 1));
+}
+} // namespace
+
+QString Vault::defaultDataDirectory()
+{
+    const QString fromEnvironment = qEnvironmentVariable("PEXI_DATA_DIR");
+    if (!fromEnvironment.isEmpty())
+        return fromEnvironment;
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/pexi");
+}
+
+Vault &Vault::shared()
+{
+    static Vault vault(defaultDataDirectory());
+    return vault;
+}
+
+Vault::Vault(QString dataDirectory, std::shared_ptr<DeviceKeyStore> deviceKeys)
+    : m_dataDirectory(std::move(dataDirectory)), m_deviceKeys(std::move(deviceKeys))
+{
+}
+
+QString Vault::filePath() const
+{
+    return m_dataDirectory + QLatin1Char('/') + vaultFileName;
+}
+
+bool Vault::exists() const
+{
+    return QFileInfo::exists(filePath());
+}
+
+QByteArray Vault::verifierAssociatedData(const QString &vaultId)
+{
+    return QByteArrayLiteral("verifier:") + vaultId.toUtf8();
+}
+
+VaultHeader Vault::create(const QList<QStringList> &chosenPictures)
+{
+    if (exists())
+        throw VaultError(QStringLiteral("A vault already exists at %1.").arg(filePath()));
+    if (chosenPictures.size() != 3)
+        throw VaultError(QStringLiteral("A vault needs pictures for exactly three grids."));
+    QSet<QString> chosen;
+    for (const QStringList &grid : chosenPictures) {
+        if (grid.size() != 3)
+            throw VaultError(QStringLiteral("Each grid needs exactly three pictures."));
+        for (const QString &name : grid) {
+            if (!PictureLibrary::contains(name))
+                throw VaultError(QStringLiteral("There is no picture named \"%1\".").arg(name));
+            if (chosen.contains(name))
+                throw VaultError(QStringLiteral("The picture \"%1\" is chosen twice.").arg(name));
+            chosen.insert(name);
+        }
+    }
+
+    // Decoys come from the pictures nobody chose, each used once across the three grids, so
+    // no grid shows a picture twice and no chosen picture appears as another grid's decoy.
+    QStringList decoys;
+    for (const QString &name : PictureLibrary::names()) {
+        if (!chosen.contains(name))
+            decoys.append(name);
+    }
+    secureShuffle(decoys);
+
+    VaultHeader header;
+    header.vaultId = QString::fromLatin1(VaultCipher::randomBytes(16).toHex());
+    header.accountId = QUuid::createUuid();
+    header.salt = VaultCipher::randomBytes(VaultCipher::SaltSize);
+    header.opsLimit = VaultCipher::DefaultOpsLimit;
+    header.memLimit = VaultCipher::DefaultMemLimit;
+    for (int grid = 0; grid < 3; ++grid) {
+        QStringList pictures = chosenPictures.at(grid);
+        pictures.append(decoys.mid(grid * 12, 12));
+        secureShuffle(pictures);
+        header.grids.append(pictures);
+    }
+
+    const QString accountId = header.accountId.toString(QUuid::WithoutBraces);
+    const SecureBytes deviceKey = VaultCipher::randomKey();
+    const SecureBytes secret =
+        SecureBytes::fromUtf8(GridLibrary::recallSecretForNames(chosenPictures));
+    const SecureBytes key = VaultCipher::deriveKey(secret, header.salt, header.opsLimit,
+                                                   header.memLimit, deviceKey);
+    const VaultCipher::Sealed verifier =
+        VaultCipher::seal(key, verifierText, verifierAssociatedData(header.vaultId));
+    header.verifierNonce = verifier.nonce;
+    header.verifier = verifier.ciphertext;
+
+    if (!QDir().mkpath(m_dataDirectory) ||
+        !QFile::setPermissions(m_dataDirectory,
+                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
+        throw VaultError(QStringLiteral("Cannot create the data directory %1.").arg(m_dataDirectory));
+    // The key goes first: a vault file must never exist without the key that opens it.
+    m_deviceKeys->store(accountId, deviceKey);
+    VaultFile::create(filePath(), header);
+    m_header = header;
+    return header;
+}
+
+const VaultHeader &Vault::header()
+{
+    if (!m_header)
+        m_header = openFile()->header();
+    return *m_header;
+}
+
+void Vault::reloadHeader()
+{
+    m_header.reset();
+}
+
+std::unique_ptr<VaultFile> Vault::openFile() const
+{
+    return VaultFile::open(filePath());
+}
+
+std::optional<SecureBytes> Vault::deviceKey()
+{
+    return m_deviceKeys->load(header().accountId.toString(QUuid::WithoutBraces));
+}
+
+std::optional<SecureBytes> Vault::keyForSecret(const SecureBytes &secret)
+{
+    const std::optional<SecureBytes> device = deviceKey();
+    if (!device)
+        throw VaultError(QStringLiteral("This device has no key for the vault at %1; import it "
+                                        "with \"pexi-vault import-device-key\".")
+                             .arg(filePath()));
+    return keyForSecret(secret, *device);
+}
+
+std::optional<SecureBytes> Vault::keyForSecret(const SecureBytes &secret,
+                                               const SecureBytes &deviceKey)
+{
+    const VaultHeader &vaultHeader = header();
+    SecureBytes key = VaultCipher::deriveKey(secret, vaultHeader.salt, vaultHeader.opsLimit,
+                                             vaultHeader.memLimit, deviceKey);
+    const auto opened = VaultCipher::open(
+        key, {vaultHeader.verifierNonce, vaultHeader.verifier},
+        verifierAssociatedData(vaultHeader.vaultId));
+    if (!opened || *opened != verifierText)
+        return std::nullopt;
+    return key;
+}
+
+QByteArray Vault::fileStamp() const
+{
+    QByteArray stamp;
+    for (const QString &suffix : {QString(), QStringLiteral("-wal")}) {
+        struct stat info {};
+        if (::stat(QFile::encodeName(filePath() + suffix).constData(), &info) == 0) {
+            stamp += QByteArray::number(qulonglong(info.st_ino)) + ':' +
+                     QByteArray::number(qlonglong(info.st_size)) + ':' +
+                     QByteArray::number(qlonglong(info.st_mtim.tv_sec)) + '.' +
+                     QByteArray::number(qlonglong(info.st_mtim.tv_nsec)) + ';';
+        } else {
+            stamp += "-;";
+        }
+    }
+    return stamp;
+}
+
+} // namespace pexi

@@ -1,0 +1,105 @@
+#include "core/VaultCipher.h"
+
+#include "core/VaultError.h"
+
+#include <sodium.h>
+
+namespace pexi {
+
+namespace {
+void ensureSodium()
+{
+    if (sodium_init() < 0)
+        throw VaultError(QStringLiteral("The cryptography library could not be initialised."));
+}
+
+const QByteArray keyContext = QByteArrayLiteral("pexi vault key v1");
+} // namespace
+
+QByteArray VaultCipher::randomBytes(std::size_t size)
+{
+    ensureSodium();
+    QByteArray bytes(static_cast<qsizetype>(size), Qt::Uninitialized);
+    randombytes_buf(bytes.data(), size);
+    return bytes;
+}
+
+SecureBytes VaultCipher::randomKey()
+{
+    ensureSodium();
+    SecureBytes key(KeySize);
+    randombytes_buf(key.data(), key.size());
+    return key;
+}
+
+SecureBytes VaultCipher::deriveKey(const SecureBytes &secret, const QByteArray &salt,
+                                   quint64 opsLimit, quint64 memLimit,
+                                   const SecureBytes &deviceKey)
+{
+    ensureSodium();
+    if (salt.size() != static_cast<qsizetype>(crypto_pwhash_SALTBYTES) ||
+        deviceKey.size() != KeySize)
+        throw VaultError(QStringLiteral("The vault's key parameters are damaged."));
+
+    SecureBytes stretched(KeySize);
+    if (crypto_pwhash(stretched.data(), stretched.size(),
+                      reinterpret_cast<const char *>(secret.data()), secret.size(),
+                      reinterpret_cast<const unsigned char *>(salt.constData()), opsLimit,
+                      static_cast<size_t>(memLimit), crypto_pwhash_ALG_ARGON2ID13) != 0)
+        throw VaultError(QStringLiteral("Not enough memory to derive the vault key."));
+
+    SecureBytes key(KeySize);
+    crypto_generichash_state state;
+    crypto_generichash_init(&state, deviceKey.data(), deviceKey.size(), key.size());
+    crypto_generichash_update(&state,
+                              reinterpret_cast<const unsigned char *>(keyContext.constData()),
+                              static_cast<unsigned long long>(keyContext.size()));
+    crypto_generichash_update(&state, stretched.data(), stretched.size());
+    crypto_generichash_final(&state, key.data(), key.size());
+    sodium_memzero(&state, sizeof state);
+    return key;
+}
+
+VaultCipher::Sealed VaultCipher::seal(const SecureBytes &key, const QByteArray &plaintext,
+                                      const QByteArray &associatedData)
+{
+    ensureSodium();
+    Sealed sealed;
+    sealed.nonce = randomBytes(crypto_aead_xchacha20poly1305_ietf_NPUBBYTES);
+    sealed.ciphertext.resize(plaintext.size() + crypto_aead_xchacha20poly1305_ietf_ABYTES);
+    unsigned long long length = 0;
+    crypto_aead_xchacha20poly1305_ietf_encrypt(
+        reinterpret_cast<unsigned char *>(sealed.ciphertext.data()), &length,
+        reinterpret_cast<const unsigned char *>(plaintext.constData()),
+        static_cast<unsigned long long>(plaintext.size()),
+        reinterpret_cast<const unsigned char *>(associatedData.constData()),
+        static_cast<unsigned long long>(associatedData.size()), nullptr,
+        reinterpret_cast<const unsigned char *>(sealed.nonce.constData()), key.data());
+    sealed.ciphertext.resize(static_cast<qsizetype>(length));
+    return sealed;
+}
+
+std::optional<QByteArray> VaultCipher::open(const SecureBytes &key, const Sealed &sealed,
+                                            const QByteArray &associatedData)
+{
+    ensureSodium();
+    if (key.size() != KeySize ||
+        sealed.nonce.size() != static_cast<qsizetype>(crypto_aead_xchacha20poly1305_ietf_NPUBBYTES) ||
+        sealed.ciphertext.size() < static_cast<qsizetype>(crypto_aead_xchacha20poly1305_ietf_ABYTES))
+        return std::nullopt;
+    QByteArray plaintext(sealed.ciphertext.size() - crypto_aead_xchacha20poly1305_ietf_ABYTES,
+                         Qt::Uninitialized);
+    unsigned long long length = 0;
+    if (crypto_aead_xchacha20poly1305_ietf_decrypt(
+            reinterpret_cast<unsigned char *>(plaintext.data()), &length, nullptr,
+            reinterpret_cast<const unsigned char *>(sealed.ciphertext.constData()),
+            static_cast<unsigned long long>(sealed.ciphertext.size()),
+            reinterpret_cast<const unsigned char *>(associatedData.constData()),
+            static_cast<unsigned long long>(associatedData.size()),
+            reinterpret_cast<const unsigned char *>(sealed.nonce.constData()), key.data()) != 0)
+        return std::nullopt;
+    plaintext.resize(static_cast<qsizetype>(length));
+    return plaintext;
+}
+
+} // namespace pexi

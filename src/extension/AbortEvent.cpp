@@ -1,0 +1,12 @@
+#include "extension/AbortEvent.h"
+
+namespace pexi {
+
+AbortEvent::AbortEvent() : MiniAppEvent(Command::CREDS_ABORT) {}
+
+AbortEvent::AbortEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::CREDS_ABORT)
+{
+    requireCommand(dictionary);
+}
+
+} // namespace pexi

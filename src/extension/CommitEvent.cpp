@@ -1,0 +1,12 @@
+#include "extension/CommitEvent.h"
+
+namespace pexi {
+
+CommitEvent::CommitEvent() : MiniAppEvent(Command::CREDS_COMMIT) {}
+
+CommitEvent::CommitEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::CREDS_COMMIT)
+{
+    requireCommand(dictionary);
+}
+
+} // namespace pexi

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "extension/MiniAppEvent.h"
+
+namespace pexi {
+
+// "credentials_commit": the pending login from the last store may be saved.
+class CommitEvent : public MiniAppEvent
+{
+public:
+    CommitEvent();
+    // Needs only a "command" string. Throws ExtensionError.
+    explicit CommitEvent(const QJsonObject &dictionary);
+};
+
+} // namespace pexi

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <exception>
+
+namespace pexi {
+
+// What goes wrong between a frame and an event. Caught where the message is dropped and logged;
+// an extension never hears about it.
+class ExtensionError : public std::exception
+{
+public:
+    enum class Kind {
+        // A required key is missing, of the wrong JSON type, or a required dictionary is empty.
+        parseError,
+        // Kept for completeness of the protocol; no event operation throws it.
+        eventTypeError,
+        // An outgoing event could not be turned into UTF-8 JSON text.
+        jsonSerializeError,
+    };
+
+    explicit ExtensionError(Kind kind) noexcept : m_kind(kind) {}
+
+    Kind kind() const noexcept { return m_kind; }
+    // Deliberately generic: the log line must not tell which key of a message was wrong.
+    const char *what() const noexcept override;
+
+private:
+    Kind m_kind;
+};
+
+} // namespace pexi

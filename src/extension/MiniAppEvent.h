@@ -1,0 +1,44 @@
+#pragma once
+
+#include "extension/Command.h"
+
+#include <QJsonObject>
+#include <QString>
+
+#include <optional>
+
+namespace pexi {
+
+// One message between the worker and a browser extension. Incoming events are built from the
+// event dictionary of a frame and take their command from their class, never from the wire;
+// outgoing events write themselves as JSON text. The server and the handlers pass events around
+// by this base and look for the concrete class they expect.
+class MiniAppEvent
+{
+public:
+    virtual ~MiniAppEvent() = default;
+
+    Command command() const { return m_command; }
+
+protected:
+    explicit MiniAppEvent(Command command) : m_command(command) {}
+    MiniAppEvent(const MiniAppEvent &) = default;
+    MiniAppEvent &operator=(const MiniAppEvent &) = default;
+
+    // The helpers below throw ExtensionError::Kind::parseError and never say which key failed.
+
+    // Every incoming dictionary needs a "command" string; its value was matched by the server.
+    static void requireCommand(const QJsonObject &dictionary);
+    static QString requiredString(const QJsonObject &dictionary, QLatin1StringView key);
+    // Absent or not a string: empty, without an error.
+    static std::optional<QString> optionalString(const QJsonObject &dictionary,
+                                                 QLatin1StringView key);
+
+    // Compact UTF-8 JSON text; throws ExtensionError::Kind::jsonSerializeError.
+    static QString writeJson(const QJsonObject &dictionary);
+
+private:
+    Command m_command;
+};
+
+} // namespace pexi

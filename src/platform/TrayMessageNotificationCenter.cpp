@@ -1,0 +1,70 @@
+#include "platform/TrayMessageNotificationCenter.h"
+
+#include "app/Log.h"
+
+#include <utility>
+
+namespace pexi {
+
+TrayMessageNotificationCenter::TrayMessageNotificationCenter(QSystemTrayIcon *trayIcon,
+                                                             QObject *parent)
+    : QObject(parent)
+{
+    setTrayIcon(trayIcon);
+}
+
+TrayMessageNotificationCenter::~TrayMessageNotificationCenter() = default;
+
+void TrayMessageNotificationCenter::setTrayIcon(QSystemTrayIcon *trayIcon)
+{
+    if (m_trayIcon)
+        disconnect(m_trayIcon, nullptr, this, nullptr);
+    m_trayIcon = trayIcon;
+    if (m_trayIcon) {
+        connect(m_trayIcon, &QSystemTrayIcon::messageClicked, this,
+                &TrayMessageNotificationCenter::onMessageClicked);
+    }
+}
+
+UserNotificationCenter::NotificationId
+TrayMessageNotificationCenter::deliverNotification(const UserNotification &notification)
+{
+    const NotificationId id = m_nextId++;
+
+    QStringList lines;
+    for (const QString &line : {notification.subtitle, notification.informativeText}) {
+        if (!line.isEmpty())
+            lines.append(line);
+    }
+    const QString body = lines.join(QLatin1Char('\n'));
+
+    if (!m_trayIcon) {
+        // Without a status item there is nowhere to show it; the log at least says what it was.
+        logLine(QStringLiteral("notification: %1: %2").arg(notification.title, body));
+        return id;
+    }
+    m_shownId = id;
+    m_shownUserInfo = notification.userInfo;
+    m_trayIcon->showMessage(notification.title, body, QSystemTrayIcon::Information);
+    return id;
+}
+
+void TrayMessageNotificationCenter::removeDeliveredNotification(NotificationId id)
+{
+    // A balloon cannot be taken back; it just stops counting.
+    if (id != 0 && id == m_shownId) {
+        m_shownId = 0;
+        m_shownUserInfo.clear();
+    }
+}
+
+void TrayMessageNotificationCenter::onMessageClicked()
+{
+    if (m_shownId == 0)
+        return;
+    const NotificationId id = std::exchange(m_shownId, 0);
+    const QVariantMap userInfo = std::exchange(m_shownUserInfo, {});
+    activate(id, userInfo, ActivationType::contentClicked);
+}
+
+} // namespace pexi

@@ -1,0 +1,251 @@
+#include "support/TemporaryVault.h"
+
+#include "core/Inventory.h"
+
+#include <QTest>
+
+using pexi::Inventory;
+using pexi::InventoryItem;
+
+namespace {
+
+InventoryItem item(const QString &title, const QString &uuid,
+                   const std::optional<QString> &username = std::nullopt,
+                   const std::optional<QString> &site = std::nullopt,
+                   const QString &password = QStringLiteral("secret"))
+{
+    return InventoryItem(title, username, password, site, {}, {}, uuid);
+}
+
+QStringList titles(const QList<InventoryItem> &items)
+{
+    QStringList result;
+    for (const InventoryItem &i : items)
+        result.append(i.title());
+    return result;
+}
+
+} // namespace
+
+class TestInventory : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<TemporaryVault> m_vault;
+
+    // Runs `block` on the open inventory; fails the test when it does not run.
+    void withInventory(const std::function<void(Inventory &)> &block)
+    {
+        QVERIFY(m_vault->locker.runWithInventory(block));
+    }
+
+    void seed(const QList<InventoryItem> &items)
+    {
+        withInventory([&](Inventory &inventory) {
+            for (const InventoryItem &i : items)
+                inventory.upsert(i);
+        });
+    }
+
+    void relock()
+    {
+        m_vault->locker.lock();
+        QVERIFY(m_vault->unlock());
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_vault = std::make_unique<TemporaryVault>();
+        QVERIFY(m_vault->unlock());
+    }
+    void cleanup() { m_vault.reset(); }
+
+    void order_data()
+    {
+        QTest::addColumn<QList<InventoryItem>>("items");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("case ignored")
+            << QList{item("banana", "1"), item("Apple", "2"), item("cherry", "3")}
+            << QStringList{"Apple", "banana", "cherry"};
+        QTest::newRow("accents ignored")
+            << QList{item("Eclair", "1"), item("éclair", "0"), item("Donut", "3"), item("Fig", "4")}
+            << QStringList{"Donut", "éclair", "Eclair", "Fig"};
+        QTest::newRow("uuid breaks ties")
+            << QList{item("mail", "B"), item("Mail", "A"), item("MAIL", "C")}
+            << QStringList{"Mail", "mail", "MAIL"};
+        QTest::newRow("deleted left out")
+            << QList{item("b", "1"), InventoryItem("a", {}, "p", {}, {}, {}, "2", true)}
+            << QStringList{"b"};
+    }
+
+    void order()
+    {
+        QFETCH(QList<InventoryItem>, items);
+        QFETCH(QStringList, expected);
+        seed(items);
+        withInventory([&](Inventory &inventory) { QCOMPARE(titles(inventory.itemList()), expected); });
+        relock();
+        withInventory([&](Inventory &inventory) { QCOMPARE(titles(inventory.itemList()), expected); });
+    }
+
+    void search_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("title substring, any case") << "MAIL" << QStringList{"Gmail", "Mailbox"};
+        QTest::newRow("trimmed") << " \tmail\t " << QStringList{"Gmail", "Mailbox"};
+        QTest::newRow("username") << "ann@" << QStringList{"Bank", "Mailbox"};
+        QTest::newRow("site") << "bank.example" << QStringList{"Bank"};
+        QTest::newRow("accent-free query finds accents") << "cafe" << QStringList{"Café"};
+        QTest::newRow("deleted never found") << "old" << QStringList{};
+        QTest::newRow("no match") << "zzz" << QStringList{};
+    }
+
+    void search()
+    {
+        QFETCH(QString, query);
+        QFETCH(QStringList, expected);
+        seed({item("Mailbox", "1", "ann@example.com"), item("Gmail", "2", "bob", "mail.google.com"),
+              item("Bank", "3", "ann@bank", "https://bank.example/login"), item("Café", "4"),
+              InventoryItem("Old account", {}, "p", {}, {}, {}, "5", true)});
+        withInventory([&](Inventory &inventory) { QCOMPARE(titles(inventory.search(query)), expected); });
+    }
+
+    void containsLogin_data()
+    {
+        QTest::addColumn<QString>("username");
+        QTest::addColumn<QString>("site");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<bool>("expected");
+        QTest::newRow("identical") << "ann" << "shop.example.com" << "pw" << true;
+        QTest::newRow("same host as url") << "ann" << "https://SHOP.example.com/login" << "pw" << true;
+        QTest::newRow("other password") << "ann" << "shop.example.com" << "pw2" << false;
+        QTest::newRow("other username") << "bob" << "shop.example.com" << "pw" << false;
+        QTest::newRow("other host, same domain") << "ann" << "www.example.com" << "pw" << false;
+        QTest::newRow("no username matches empty") << "" << "nouser.example" << "pw" << true;
+        QTest::newRow("deleted item ignored") << "gone" << "shop.example.com" << "pw" << false;
+    }
+
+    void containsLogin()
+    {
+        QFETCH(QString, username);
+        QFETCH(QString, site);
+        QFETCH(QString, password);
+        QFETCH(bool, expected);
+        seed({item("Shop", "1", "ann", "shop.example.com", "pw"),
+              item("No user", "2", std::nullopt, "nouser.example", "pw"),
+              InventoryItem("Gone", "gone", "pw", "shop.example.com", {}, {}, "3", true)});
+        withInventory([&](Inventory &inventory) {
+            QCOMPARE(inventory.containsLogin(username, site, password), expected);
+        });
+    }
+
+    void upsert_data()
+    {
+        QTest::addColumn<InventoryItem>("incoming");
+        QTest::addColumn<bool>("preserveTitle");
+        QTest::addColumn<pexi::UpsertReturnVal>("result");
+        QTest::addColumn<QStringList>("expected"); // title/username/password per listed item
+        const QString site = QStringLiteral("https://login.shop.example.com");
+        QTest::newRow("same uuid replaces")
+            << item("Shop 2", "1", "ann", site, "new") << false << pexi::UpsertReturnVal::updated
+            << QStringList{"Shop 2/ann/new"};
+        QTest::newRow("captured login for same domain and user keeps title")
+            << item("Example", "9", "ann", "www.shop.example.com", "new") << true
+            << pexi::UpsertReturnVal::merged << QStringList{"Shop/ann/new"};
+        QTest::newRow("without preserveTitle a second item is made")
+            << item("Example", "9", "ann", "www.shop.example.com", "new") << false
+            << pexi::UpsertReturnVal::inserted << QStringList{"Example/ann/new", "Shop/ann/old"};
+        QTest::newRow("other user is a new item")
+            << item("Example", "9", "bob", site, "new") << true << pexi::UpsertReturnVal::inserted
+            << QStringList{"Example/bob/new", "Shop/ann/old"};
+        QTest::newRow("other domain is a new item")
+            << item("Other", "9", "ann", "shop.example.org", "new") << true
+            << pexi::UpsertReturnVal::inserted << QStringList{"Other/ann/new", "Shop/ann/old"};
+    }
+
+    void upsert()
+    {
+        QFETCH(InventoryItem, incoming);
+        QFETCH(bool, preserveTitle);
+        QFETCH(pexi::UpsertReturnVal, result);
+        QFETCH(QStringList, expected);
+        seed({item("Shop", "1", "ann", "https://login.shop.example.com", "old")});
+        withInventory([&](Inventory &inventory) {
+            QCOMPARE(inventory.upsert(incoming, preserveTitle), result);
+        });
+        relock(); // what counts is what reached the vault file
+        withInventory([&](Inventory &inventory) {
+            QStringList listed;
+            for (const InventoryItem &i : inventory.itemList())
+                listed.append(i.title() + "/" + i.username().value_or("") + "/" + i.password());
+            QCOMPARE(listed, expected);
+        });
+    }
+
+    void deleteLeavesTombstone()
+    {
+        seed({item("Keep", "1", {}, "keep.example"), item("Drop", "2", {}, "drop.example")});
+        withInventory([](Inventory &inventory) { inventory.deleteItem("2"); });
+        relock();
+        withInventory([](Inventory &inventory) {
+            QCOMPARE(titles(inventory.itemList()), QStringList{"Keep"});
+            QVERIFY(inventory.search("drop").isEmpty());
+            QVERIFY(inventory.itemsMatchingHost(pexi::HostnameInfo::fromString("drop.example")).isEmpty());
+            const auto tombstone = inventory.item("2");
+            QVERIFY(tombstone && tombstone->deleted());
+            QCOMPARE(inventory.count(), 1);
+        });
+    }
+
+    // The host index must agree with HostnameInfo::matches() item by item, in inventory order.
+    void itemsMatchingHostAgreesWithMatches_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::newRow("subdomain") << "https://accounts.shop.example.com/x";
+        QTest::newRow("co.uk") << "www.bbc.co.uk";
+        QTest::newRow("ip") << "192.168.1.1";
+        QTest::newRow("localhost") << "localhost:8080";
+        QTest::newRow("nothing") << "nothing.example";
+    }
+
+    void itemsMatchingHostAgreesWithMatches()
+    {
+        QFETCH(QString, query);
+        const QList<InventoryItem> items{
+            item("b shop", "1", {}, "shop.example.com"), item("a shop", "2", {}, "https://login.shop.example.com"),
+            item("bbc", "3", {}, "bbc.co.uk"), item("other uk", "4", {}, "itv.co.uk"),
+            item("router", "5", {}, "192.168.1.1"), item("other ip", "6", {}, "192.168.1.2"),
+            item("dev", "7", {}, "http://localhost:3000"), item("no site", "8"),
+            item("not a host", "9", {}, "exa mple")};
+        seed(items);
+        const auto host = pexi::HostnameInfo::fromString(query);
+        withInventory([&](Inventory &inventory) {
+            QStringList expected;
+            for (const InventoryItem &i : inventory.itemList()) {
+                try {
+                    if (i.site() && host.matches(*i.site()))
+                        expected.append(i.title());
+                } catch (const pexi::HostnameError &) {
+                }
+            }
+            QCOMPARE(titles(inventory.itemsMatchingHost(host)), expected);
+        });
+    }
+
+    void changedItemIsReindexed()
+    {
+        seed({item("Shop", "1", {}, "shop.example.com")});
+        withInventory([](Inventory &inventory) {
+            InventoryItem moved = *inventory.item("1");
+            moved.setSite(QStringLiteral("store.example.org"));
+            inventory.upsert(moved);
+            QVERIFY(inventory.itemsMatchingHost(pexi::HostnameInfo::fromString("shop.example.com")).isEmpty());
+            QCOMPARE(inventory.itemsMatchingHost(pexi::HostnameInfo::fromString("store.example.org")).size(), 1);
+        });
+    }
+};
+
+QTEST_GUILESS_MAIN(TestInventory)
+#include "tst_inventory.moc"

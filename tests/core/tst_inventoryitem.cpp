@@ -1,0 +1,100 @@
+#include "core/InventoryItem.h"
+
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QTest>
+
+using pexi::InventoryItem;
+
+class TestInventoryItem : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void defaults()
+    {
+        const InventoryItem a(QStringLiteral("Mail"));
+        const InventoryItem b(QStringLiteral("Mail"));
+        QVERIFY(QRegularExpression(QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-"
+                                                  "[0-9A-F]{12}$"))
+                    .match(a.uuid())
+                    .hasMatch());
+        QVERIFY(a.uuid() != b.uuid());
+        const QDateTime stamped = QDateTime::fromString(a.timestamp(), Qt::ISODateWithMs);
+        QVERIFY(stamped.isValid());
+        QCOMPARE(stamped.timeSpec(), Qt::UTC);
+        QVERIFY(qAbs(stamped.secsTo(QDateTime::currentDateTimeUtc())) < 60);
+        QVERIFY(!a.deleted());
+        QVERIFY(a.fields().isEmpty());
+        QVERIFY(!a.username().has_value());
+        QVERIFY(!a.site().has_value());
+    }
+
+    void roundTrip_data()
+    {
+        QTest::addColumn<InventoryItem>("item");
+        const InventoryItem::Fields fields{{QStringLiteral("pin"), QStringLiteral("1234")}};
+        QTest::newRow("no username, no site") << InventoryItem(QStringLiteral("Bank"), {}, "pw");
+        QTest::newRow("empty username and site")
+            << InventoryItem(QStringLiteral("Bank"), QString(), "pw", QString());
+        QTest::newRow("all fields") << InventoryItem(QStringLiteral("Bank"), QStringLiteral("ann"),
+                                                     QStringLiteral("p\"w\\\n\t"),
+                                                     QStringLiteral("bank.example"), fields,
+                                                     QStringLiteral("2026-01-02T03:04:05.006Z"),
+                                                     QStringLiteral("ABC"), true);
+        QTest::newRow("unicode and spaces kept")
+            << InventoryItem(QStringLiteral(" Café ☕ "), QStringLiteral(" ünï "),
+                             QStringLiteral("  pässwörd  "), QStringLiteral("bücher.de"));
+        QTest::newRow("empty password") << InventoryItem(QStringLiteral("T"), {}, QString());
+    }
+
+    void roundTrip()
+    {
+        QFETCH(InventoryItem, item);
+        const auto back = InventoryItem::fromJsonText(item.toJson());
+        QVERIFY(back.has_value());
+        QVERIFY(*back == item);
+        QCOMPARE(back->username().has_value(), item.username().has_value());
+        QCOMPARE(back->site().has_value(), item.site().has_value());
+        QCOMPARE(back->toJson(), item.toJson());
+    }
+
+    void rejectsMalformedJson_data()
+    {
+        QTest::addColumn<QString>("json");
+        QTest::newRow("not json") << "{";
+        QTest::newRow("array") << "[]";
+        QTest::newRow("missing uuid")
+            << R"({"title":"t","password":"p","timestamp":"2026-01-01T00:00:00Z"})";
+        QTest::newRow("empty uuid")
+            << R"({"uuid":"","title":"t","password":"p","timestamp":"2026-01-01T00:00:00Z"})";
+        QTest::newRow("number title")
+            << R"({"uuid":"A","title":1,"password":"p","timestamp":"2026-01-01T00:00:00Z"})";
+        QTest::newRow("missing password")
+            << R"({"uuid":"A","title":"t","timestamp":"2026-01-01T00:00:00Z"})";
+        QTest::newRow("number username") << R"({"uuid":"A","title":"t","password":"p",)"
+                                            R"("timestamp":"x","username":5})";
+        QTest::newRow("field not a string") << R"({"uuid":"A","title":"t","password":"p",)"
+                                               R"("timestamp":"x","fields":{"a":1}})";
+        QTest::newRow("deleted not a bool") << R"({"uuid":"A","title":"t","password":"p",)"
+                                               R"("timestamp":"x","deleted":"yes"})";
+    }
+
+    void rejectsMalformedJson()
+    {
+        QFETCH(QString, json);
+        QVERIFY(!InventoryItem::fromJsonText(json).has_value());
+    }
+
+    void copiesAreIndependent()
+    {
+        InventoryItem original(QStringLiteral("A"), {}, QStringLiteral("one"));
+        InventoryItem copy = original;
+        copy.setPassword(QStringLiteral("two"));
+        QCOMPARE(original.password(), QStringLiteral("one"));
+        QVERIFY(!(copy == original));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestInventoryItem)
+#include "tst_inventoryitem.moc"
