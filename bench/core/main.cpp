@@ -42,7 +42,7 @@ struct Bench
         for (int i = 0; i < items; ++i) {
             const QString n = QString::number(i);
             batch.append(InventoryItem("Account " + n, "user" + n + "@mail.example",
-                                       "password-" + n, "https://login.site" + QString::number(i % 5000) + ".example.com/"));
+                                       "password-" + n, "https://login.site" + QString::number(i % 5000) + ".com/"));
         }
         locker.runWithInventory([&](Inventory &inventory) { inventory.add(batch); });
         locker.lock();
@@ -121,7 +121,7 @@ int main(int argc, char *argv[])
         bench.unlock();
         const double floor = searchUs(bench, [](Inventory &inventory) { return int(inventory.itemList().size()); });
         const double text = searchUs(bench, [](Inventory &inventory) { return int(inventory.search("user42@").size()); });
-        const HostnameInfo host = HostnameInfo::fromString("https://www.site42.example.com");
+        const HostnameInfo host = HostnameInfo::fromString("https://www.site42.com");
         const double byHost = searchUs(bench, [&](Inventory &inventory) { return int(inventory.itemsMatchingHost(host).size()); });
         print(qPrintable(QStringLiteral("list_%1_items").arg(label)), floor, "us");
         print(qPrintable(QStringLiteral("search_%1_items").arg(label)), text, "us");

@@ -60,7 +60,8 @@ void AnalyticsLogger::logEvent(const QString &name)
     // The moment is the caller's, whichever thread the request then leaves from.
     const QString body = eventBody(name, QDateTime::currentSecsSinceEpoch(), userIdText());
     if (QThread::currentThread() != thread()) {
-        QMetaObject::invokeMethod(this, [this, body] { post(QStringLiteral("/activities"), body); });
+        QMetaObject::invokeMethod(this,
+                                  [this, body] { post(QStringLiteral("/activities"), body); });
         return;
     }
     post(QStringLiteral("/activities"), body);
@@ -90,8 +91,8 @@ QString AnalyticsLogger::eventBody(const QString &name, qint64 logTime, const QS
     return QStringLiteral("event=CUSTOM_APP_EVENTS&custom_events=[{\"_eventName\":\"") + name +
            QStringLiteral("\", \"_logTime\" : ") + QString::number(logTime) +
            QStringLiteral(", \"_appVersion\" : \"") + QLatin1String(AnalyticsConfig::appVersion) +
-           QStringLiteral("\"}]&attribution=") + userId + QStringLiteral("&app_user_id=") +
-           userId + QStringLiteral("&advertiser_tracking_enabled=1&application_tracking_enabled=1");
+           QStringLiteral("\"}]&attribution=") + userId + QStringLiteral("&app_user_id=") + userId +
+           QStringLiteral("&advertiser_tracking_enabled=1&application_tracking_enabled=1");
 }
 
 QString AnalyticsLogger::userIdText() const

@@ -43,10 +43,11 @@ SavePasswordController &SavePasswordController::instance()
     return controller;
 }
 
-SavePasswordController::SavePasswordController() : SavePasswordController(Services{}) {}
+SavePasswordController::SavePasswordController() : SavePasswordController(Services{})
+{
+}
 
-SavePasswordController::SavePasswordController(Services services)
-    : m_services(std::move(services))
+SavePasswordController::SavePasswordController(Services services) : m_services(std::move(services))
 {
     if (!m_services.logEvent) {
         m_services.logEvent = [](const QString &name) {

@@ -2,7 +2,9 @@
 
 namespace pexi {
 
-AbortEvent::AbortEvent() : MiniAppEvent(Command::CREDS_ABORT) {}
+AbortEvent::AbortEvent() : MiniAppEvent(Command::CREDS_ABORT)
+{
+}
 
 AbortEvent::AbortEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::CREDS_ABORT)
 {

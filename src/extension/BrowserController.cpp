@@ -1,7 +1,5 @@
 #include "extension/BrowserController.h"
 
-#include "platform/BrowserLauncher.h"
-
 #include <QStringList>
 
 namespace pexi {
@@ -44,7 +42,7 @@ std::optional<Browser> browserFromRaw(QStringView raw)
 
 BrowserController &BrowserController::instance()
 {
-    static BrowserController controller(BrowserLauncher::shared());
+    static BrowserController controller;
     return controller;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/BrowserLauncher.h"
+
 #include <QDateTime>
 #include <QHash>
 #include <QString>
@@ -10,8 +12,6 @@
 #include <optional>
 
 namespace pexi {
-
-class BrowserLauncher;
 
 // The browsers whose extensions talk to the worker.
 enum class Browser { chrome, safari };
@@ -35,7 +35,8 @@ public:
     };
 
     static BrowserController &instance();
-    explicit BrowserController(BrowserLauncher &launcher, Clock clock = {});
+    explicit BrowserController(BrowserLauncher &launcher = BrowserLauncher::shared(),
+                               Clock clock = {});
 
     // Application bundle identifiers keyed by the browsers' raw values.
     static const QHash<QString, QString> &bundleIdentifiers();

@@ -2,7 +2,9 @@
 
 namespace pexi {
 
-CommitEvent::CommitEvent() : MiniAppEvent(Command::CREDS_COMMIT) {}
+CommitEvent::CommitEvent() : MiniAppEvent(Command::CREDS_COMMIT)
+{
+}
 
 CommitEvent::CommitEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::CREDS_COMMIT)
 {

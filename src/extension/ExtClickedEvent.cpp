@@ -13,12 +13,12 @@ ExtClickedEvent::ExtClickedEvent(const std::optional<QPointF> &coordinates)
 {
 }
 
-ExtClickedEvent::ExtClickedEvent(const QJsonObject &dictionary)
-    : MiniAppEvent(Command::EXT_CLICKED)
+ExtClickedEvent::ExtClickedEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::EXT_CLICKED)
 {
     requireCommand(dictionary);
     // Lenient and strict at once, on purpose: anything that is not a dictionary of numbers means
-    // "no point" (the window opens at the mouse), but a dictionary of numbers must be a whole point.
+    // "no point" (the window opens at the mouse), but a dictionary of numbers must be a whole
+    // point.
     const QJsonValue value = dictionary.value("coordinates"_L1);
     if (!value.isObject())
         return;

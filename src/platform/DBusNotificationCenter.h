@@ -28,6 +28,8 @@ public:
 
     // Notifications still tracked: shown, or on their way to the server.
     int pendingCount() const { return int(m_delivered.size()); }
+    // Whether bodies are sent as markup; true until the server says it does not render it.
+    bool bodyMarkup() const { return m_bodyMarkup; }
 
 private slots:
     void onActionInvoked(uint serverId, const QString &actionKey);

@@ -69,7 +69,12 @@ QString unescapeValue(QStringView value)
         case u'r':
             result += u'\r';
             break;
+        case u'\\':
+            result += u'\\';
+            break;
         default:
+            // Not a string escape; it belongs to the Exec quoting, which comes next.
+            result += u'\\';
             result += next;
         }
     }

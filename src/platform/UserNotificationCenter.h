@@ -35,8 +35,8 @@ public:
     };
 
     // The other button only dismisses: it never activates.
-    using ActivationHandler = std::function<void(NotificationId id, const QVariantMap &userInfo,
-                                                 ActivationType type)>;
+    using ActivationHandler =
+        std::function<void(NotificationId id, const QVariantMap &userInfo, ActivationType type)>;
 
     virtual ~UserNotificationCenter() = default;
 
@@ -45,7 +45,10 @@ public:
     // Takes the notification off the screen and forgets it. Unknown ids are ignored.
     virtual void removeDeliveredNotification(NotificationId id) = 0;
 
-    void setActivationHandler(ActivationHandler handler) { m_activationHandler = std::move(handler); }
+    void setActivationHandler(ActivationHandler handler)
+    {
+        m_activationHandler = std::move(handler);
+    }
 
     // The desktop's notification server when one answers on the session bus, else messages of
     // the tray icon (without buttons).

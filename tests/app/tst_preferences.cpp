@@ -90,12 +90,12 @@ private slots:
         QTest::addColumn<bool>("value");
         for (const bool value : {false, true}) {
             const char *suffix = value ? " on" : " off";
-            QTest::addRow("auto save%s", suffix) << Preferences::Constants::autoSavePasswords
-                                                 << value;
+            QTest::addRow("auto save%s", suffix)
+                << Preferences::Constants::autoSavePasswords << value;
             QTest::addRow("notifications%s", suffix)
                 << Preferences::Constants::showSaveNotifications << value;
-            QTest::addRow("welcome%s", suffix) << Preferences::Constants::showWelcomeScreen
-                                               << value;
+            QTest::addRow("welcome%s", suffix)
+                << Preferences::Constants::showWelcomeScreen << value;
         }
     }
     void writesReachTheStoreAtOnce()

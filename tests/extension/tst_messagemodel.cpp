@@ -274,8 +274,8 @@ void TestMessageModel::incomingEvents_data()
         R"({"command":"ext_icon_clicked","coordinates":{"x":120.5,"y":-3}})", "point=(120.5,-3)");
     row("icon click with extra numbers", Command::EXT_CLICKED,
         R"({"command":"ext_icon_clicked","coordinates":{"x":1,"y":2,"z":3}})", "point=(1,2)");
-    row("icon click without coordinates", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked"})", "no point");
+    row("icon click without coordinates", Command::EXT_CLICKED, R"({"command":"ext_icon_clicked"})",
+        "no point");
     row("icon click with string coordinates", Command::EXT_CLICKED,
         R"({"command":"ext_icon_clicked","coordinates":"10,20"})", "no point");
     row("icon click with array coordinates", Command::EXT_CLICKED,

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "core/NotificationCenter.h"
+#include "extension/Command.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QWebSocketServer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class QWebSocket;
+class QWebSocketCorsAuthenticator;
+
+namespace pexi {
+
+class BrowserController;
+class Locker;
+class MiniAppEvent;
+
+// The local WebSocket endpoint of the browser extensions. Opens each frame's envelope, tells
+// browser tracking who spoke, builds the event and hands it to the handlers registered for its
+// command; pushes the lock state to every socket on each lock and unlock. It answers nothing by
+// itself. Lives on the main thread; so do its callbacks and the handlers.
+class ExtensionServer : public QObject
+{
+    Q_OBJECT
+public:
+    using Handler = std::function<void(QWebSocket *socket, const MiniAppEvent &event)>;
+
+    static constexpr quint16 DefaultPort = 4000;
+    // Nothing a real extension sends comes near these; they keep a misbehaving page or process
+    // from exhausting the worker.
+    static constexpr qint64 MaxMessageBytes = 1024 * 1024;
+    static constexpr int MaxOpenSockets = 256;
+
+    // Port 4000, or $PEXI_EXTENSION_PORT (for tests).
+    static ExtensionServer &instance();
+    ExtensionServer(quint16 port, Locker &locker, BrowserController &browsers,
+                    NotificationCenter &center = NotificationCenter::defaultCenter(),
+                    QObject *parent = nullptr);
+    ~ExtensionServer() override;
+
+    // Listens on 127.0.0.1 and starts the lock-state pushes. False when it cannot listen.
+    bool start();
+    void stop();
+    // The port actually listened on (differs from the one asked for when that was 0).
+    quint16 port() const;
+
+    void broadcast(const QString &text);
+    void registerHandler(Command command, Handler handler);
+
+    const QList<QWebSocket *> &openWebSockets() const { return m_openWebSockets; }
+
+    // One text frame as received on `socket`; public so the frame fuzzer can drive it.
+    void handleTextMessage(QWebSocket *socket, const QString &text);
+
+private:
+    void onNewConnection();
+    void onOriginAuthentication(QWebSocketCorsAuthenticator *authenticator);
+    void onDisconnected(QWebSocket *socket);
+    void onSocketError(QWebSocket *socket);
+    void removeSocket(QWebSocket *socket);
+    void pushLockState();
+
+    quint16 m_port;
+    QWebSocketServer m_server;
+    Locker &m_locker;
+    BrowserController &m_browsers;
+    NotificationCenter &m_center;
+    // Written on every push and never read: the wire always reports the core's state of the
+    // moment of writing.
+    bool m_pexiLocked;
+    std::optional<ObserverToken> m_pexiLockObserver;
+    std::optional<ObserverToken> m_pexiUnlockObserver;
+    QList<QWebSocket *> m_openWebSockets;
+    QHash<Command, QList<Handler>> m_handlers;
+};
+
+} // namespace pexi
