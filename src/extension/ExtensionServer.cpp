@@ -90,7 +90,11 @@ ExtensionServer::ExtensionServer(quint16 port, Locker &locker, BrowserController
     connect(&m_server, &QWebSocketServer::newConnection, this, &ExtensionServer::onNewConnection);
     connect(&m_server, &QWebSocketServer::originAuthenticationRequired, this,
             &ExtensionServer::onOriginAuthentication);
-    connect(&m_server, &QWebSocketServer::serverError, this, [this] {
+    connect(&m_server, &QWebSocketServer::serverError, this, [this](QWebSocketProtocol::CloseCode code) {
+        // A handshake refused by onOriginAuthentication() was logged there, with its reason;
+        // a failure to listen is logged by start().
+        if (code == QWebSocketProtocol::CloseCodePolicyViolated || !m_server.isListening())
+            return;
         logLine(QStringLiteral("socket server failed with error '%1'").arg(m_server.errorString()));
     });
 }
@@ -98,6 +102,10 @@ ExtensionServer::ExtensionServer(quint16 port, Locker &locker, BrowserController
 ExtensionServer::~ExtensionServer()
 {
     stop();
+    // The sockets' TCP ends are children of the listening server, a member destroyed before
+    // this object's children: their last state change must not reach a half-destroyed server.
+    for (QWebSocket *socket : findChildren<QWebSocket *>(Qt::FindDirectChildrenOnly))
+        socket->disconnect(this);
 }
 
 bool ExtensionServer::start()

@@ -234,18 +234,6 @@ private slots:
         QVERIFY(text.endsWith(suffix));
     }
 
-    void defaultBaseIsTheServiceOverHttps()
-    {
-        qunsetenv("PEXI_ANALYTICS_BASE");
-        const std::optional<QUrl> url = AnalyticsLogger::address(QStringLiteral("/activities"));
-        QVERIFY(url.has_value());
-        QCOMPARE(url->scheme(), QStringLiteral("https"));
-        QVERIFY2(QRegularExpression(QStringLiteral("^/v2\\.10/[0-9]{16}/activities$"))
-                     .match(url->path())
-                     .hasMatch(),
-                 qPrintable(url->path()));
-    }
-
     // Over the wire
 
     void eventsArePosted_data()

@@ -5,6 +5,7 @@
 #include "core/GridLibrary.h"
 #include "core/Inventory.h"
 #include "core/Locker.h"
+#include "core/PictureLibrary.h"
 #include "core/Vault.h"
 #include "platform/UserNotificationCenter.h"
 
@@ -21,11 +22,12 @@ using ActivationType = UserNotificationCenter::ActivationType;
 
 namespace {
 
-const QList<QStringList> chosenPictures{
-    {QStringLiteral("cat"), QStringLiteral("pizza"), QStringLiteral("anchor")},
-    {QStringLiteral("rocket"), QStringLiteral("banana"), QStringLiteral("guitar")},
-    {QStringLiteral("tree"), QStringLiteral("umbrella"), QStringLiteral("bicycle")},
-};
+// Nine pictures of the library, three per grid.
+QList<QStringList> chosenPictures()
+{
+    const QStringList names = PictureLibrary::names();
+    return {names.mid(0, 3), names.mid(3, 3), names.mid(6, 3)};
+}
 
 const QPointF mouse(321.5, 123.25);
 
@@ -111,7 +113,7 @@ private:
 
     static bool unlock()
     {
-        Account::shared().takeRecallSecret(GridLibrary::recallSecretForNames(chosenPictures));
+        Account::shared().takeRecallSecret(GridLibrary::recallSecretForNames(chosenPictures()));
         return Locker::instance().unlock();
     }
 
@@ -139,7 +141,7 @@ private slots:
         qputenv("PEXI_DATA_DIR", m_dataDir.path().toUtf8());
         qputenv("XDG_CONFIG_HOME", m_configDir.path().toUtf8());
         qputenv("PEXI_NO_KEYRING", "1");
-        Vault::shared().create(chosenPictures);
+        Vault::shared().create(chosenPictures());
         QVERIFY(unlock());
     }
 
@@ -344,17 +346,6 @@ private slots:
         QVERIFY(m_center->delivered.isEmpty());
     }
 
-    void aLaterStoreReplacesThePendingLogin()
-    {
-        setPreferences(true, false);
-        m_controller->setPendingItem(capturedLogin(QStringLiteral("first")));
-        m_controller->setPendingItem(capturedLogin(QStringLiteral("second")));
-        m_controller->commitProvisionalItem();
-        const QList<InventoryItem> stored = storedItems();
-        QCOMPARE(stored.size(), 1);
-        QCOMPARE(stored.first().password(), QStringLiteral("second"));
-    }
-
     void knownLoginsAreNotSavedAgain_data()
     {
         QTest::addColumn<QString>("secondPassword");
@@ -437,6 +428,25 @@ private slots:
         QCOMPARE(m_window->shown.first().point, mouse);
         QVERIFY(m_window->shown.first().item);
         QVERIFY(*m_window->shown.first().item == item);
+    }
+
+    void editingASavedLoginNeverSavesItAgain()
+    {
+        setPreferences(true, true);
+        m_controller->setPendingItem(capturedLogin());
+        m_controller->commitProvisionalItem();
+        QCOMPARE(m_center->delivered.size(), 1);
+        // The user deletes the saved login before getting to the notification.
+        Locker::instance().runWithInventory([](Inventory &inventory) {
+            for (const InventoryItem &item : inventory.itemList())
+                inventory.deleteItem(item.uuid());
+        });
+
+        m_center->click(m_center->delivered.first(), ActivationType::actionButtonClicked);
+
+        QVERIFY(storedItems().isEmpty());
+        QCOMPARE(m_events, QStringList{QStringLiteral("Mac_PasswordCaptured")});
+        QCOMPARE(m_window->shown.size(), 1);
     }
 
     void saveButtonSkipsALoginSavedMeanwhile()

@@ -243,17 +243,6 @@ private slots:
         QVERIFY(!call.appName.isEmpty());
     }
 
-    void idsAreOwnAndDistinct()
-    {
-        startCenter();
-        const NotificationId first = deliver({});
-        const NotificationId second = deliver({});
-        QVERIFY(first != 0);
-        QVERIFY(second != 0);
-        QVERIFY(first != second);
-        QCOMPARE(m_center->pendingCount(), 2);
-    }
-
     // Clicks coming back
 
     void actionsBecomeActivations_data()
@@ -353,15 +342,6 @@ private slots:
         const uint serverId = m_server->calls.first().serverId;
         QTRY_VERIFY(m_server->closed.contains(serverId));
         QTRY_COMPARE(m_center->pendingCount(), waitForServer ? 1 : 0); // the marker stays
-    }
-
-    void removingUnknownIdsDoesNothing()
-    {
-        startCenter();
-        m_center->removeDeliveredNotification(12345);
-        QVERIFY(deliver({}));
-        QVERIFY(flushSignals());
-        QVERIFY(m_server->closed.isEmpty());
     }
 
     void failedNotifyIsForgotten()
