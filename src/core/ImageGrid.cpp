@@ -1,0 +1,35 @@
+#include "core/ImageGrid.h"
+
+#include "core/PictureLibrary.h"
+
+#include <QSet>
+
+#include <stdexcept>
+
+namespace pexi {
+
+ImageGrid::ImageGrid(QStringList pictureNames) : m_pictureNames(std::move(pictureNames))
+{
+    if (m_pictureNames.size() != PictureCount)
+        throw std::invalid_argument("a grid holds exactly fifteen pictures");
+    if (QSet<QString>(m_pictureNames.begin(), m_pictureNames.end()).size() != PictureCount)
+        throw std::invalid_argument("a grid shows each picture once");
+    for (const QString &name : m_pictureNames) {
+        if (!PictureLibrary::contains(name))
+            throw std::invalid_argument("a grid names a picture this program does not have");
+    }
+}
+
+QString ImageGrid::pictureName(int index) const
+{
+    return m_pictureNames.value(index);
+}
+
+std::optional<QImage> ImageGrid::pictureForIndex(int index, int size) const
+{
+    if (index < 0 || index >= m_pictureNames.size())
+        return std::nullopt;
+    return PictureLibrary::render(m_pictureNames.at(index), size);
+}
+
+} // namespace pexi
