@@ -259,6 +259,7 @@ void ExtensionServer::handleTextMessage(QWebSocket *socket, const QString &text)
     const QList<Handler> handlers = m_handlers.value(event->command());
     for (const Handler &handler : handlers)
         handler(socket, *event);
+    socket->flush();
 }
 
 } // namespace pexi
