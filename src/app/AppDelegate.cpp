@@ -38,6 +38,7 @@ bool AppDelegate::applicationDidFinishLaunching()
 
 void AppDelegate::applicationWillTerminate()
 {
+    SyncService::shared().stop();
     ExtensionServer::instance().stop();
 }
 

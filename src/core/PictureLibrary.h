@@ -16,8 +16,9 @@ public:
     static bool contains(const QString &name);
     // The emoji text of a picture; empty for unknown names.
     static QString emoji(const QString &name);
-    // The picture on a transparent square of `size` pixels; a null image for unknown names.
-    // Needs a QGuiApplication; main thread only (rendered pictures are cached).
+    // The picture centred on a transparent square of `size` pixels, scaled to fill it but for a
+    // thin margin; a null image for unknown names, sizes below one, or when the colour font
+    // lacks the glyph. Needs a QGuiApplication; callable from any thread (results are cached).
     static QImage render(const QString &name, int size = 128);
 };
 
