@@ -67,7 +67,8 @@ private:
 
 QString scratchRoot()
 {
-    return QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm") : QDir::tempPath();
+    return QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm")
+                                                     : QDir::tempPath();
 }
 
 // One vault with the worker's server and handlers over it.
@@ -78,7 +79,8 @@ struct Bridge
           keys(std::make_shared<FileDeviceKeyStore>(dir.path() + "/keys")),
           vault(dir.path() + "/data", keys), account(vault), encryption(vault),
           locker(vault, account, encryption, center), browsers(launcher),
-          preferences(std::make_unique<QSettings>(dir.path() + "/preferences.conf", QSettings::IniFormat)),
+          preferences(
+              std::make_unique<QSettings>(dir.path() + "/preferences.conf", QSettings::IniFormat)),
           server(0, locker, browsers, center)
     {
         const QStringList names = PictureLibrary::names();
@@ -91,11 +93,15 @@ struct Bridge
                 std::abort();
             locker.runWithInventory([](Inventory &inventory) {
                 inventory.add({
-                    InventoryItem("Example", QStringLiteral("ann"), "pw-1", QStringLiteral("https://www.example.com/login")),
-                    InventoryItem("Example", QStringLiteral("bob"), "pw-2", QStringLiteral("example.com")),
+                    InventoryItem("Example", QStringLiteral("ann"), "pw-1",
+                                  QStringLiteral("https://www.example.com/login")),
+                    InventoryItem("Example", QStringLiteral("bob"), "pw-2",
+                                  QStringLiteral("example.com")),
                     InventoryItem("Notes", std::nullopt, "pw-3", std::nullopt),
-                    InventoryItem("Router", QStringLiteral("admin"), "pw-4", QStringLiteral("http://192.168.1.1")),
-                    InventoryItem("Pages", QStringLiteral("me"), "pw-5", QStringLiteral("me.github.io")),
+                    InventoryItem("Router", QStringLiteral("admin"), "pw-4",
+                                  QStringLiteral("http://192.168.1.1")),
+                    InventoryItem("Pages", QStringLiteral("me"), "pw-5",
+                                  QStringLiteral("me.github.io")),
                 });
                 for (const InventoryItem &item : inventory.itemList())
                     fixture.append(item.uuid());
@@ -110,14 +116,15 @@ struct Bridge
         services.locker = &locker;
         services.mouseLocation = [] { return QPointF(1, 2); };
         capture = std::make_unique<SavePasswordController>(services);
-        ExtensionHandler::install(server, {&locker, &browsers, capture.get(), &window, [] { return QPointF(3, 4); }});
+        ExtensionHandler::install(
+            server, {&locker, &browsers, capture.get(), &window, [] { return QPointF(3, 4); }});
     }
 
     // What one input may leave behind is undone, so that inputs stay independent.
     void reset()
     {
         capture->setPendingItem(std::nullopt);
-        locker.runWithInventory([this](Inventory &inventory) {
+        locker.runWithInventory([](Inventory &inventory) {
             if (inventory.count() <= fixture.size() + maxSavedItems)
                 return;
             for (const InventoryItem &item : inventory.itemList()) {

@@ -123,7 +123,8 @@ Stats stats(std::vector<double> values)
 {
     std::sort(values.begin(), values.end());
     const auto at = [&](double q) {
-        return values.at(std::min(values.size() - 1, size_t(std::ceil(q * double(values.size())) - 1)));
+        return values.at(
+            std::min(values.size() - 1, size_t(std::ceil(q * double(values.size())) - 1)));
     };
     return {at(0.5), at(0.99)};
 }
@@ -374,7 +375,8 @@ std::vector<double> roundTrips(const Exchange &exchange, int cpu, int count)
             const auto start = Clock::now();
             if (!exchange.run(connection))
                 return;
-            times.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
+            times.push_back(
+                std::chrono::duration<double, std::micro>(Clock::now() - start).count());
         }
     });
     client.join();
@@ -463,7 +465,9 @@ double throughput(const Exchange &exchange, int cpu, double seconds)
         thread.join();
     const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
     if (failed)
-        fail(QStringLiteral("%1 throughput clients failed on port %2").arg(int(failed)).arg(exchange.port));
+        fail(QStringLiteral("%1 throughput clients failed on port %2")
+                 .arg(int(failed))
+                 .arg(exchange.port));
     return double(done) / elapsed;
 }
 
@@ -493,7 +497,8 @@ bool accepts(quint16 port)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(port);
-    const bool connected = ::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
+    const bool connected =
+        ::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
     ::close(fd);
     return connected;
 }
@@ -624,8 +629,9 @@ public:
         const int sites = std::max(1, items / 10);
         for (int i = 0; i < items; ++i) {
             const QString n = QString::number(i);
-            batch.append(InventoryItem("Account " + n, "user" + n + "@mail.example", "password-" + n,
-                                       "https://login.site" + QString::number(i % sites) + ".com/"));
+            batch.append(
+                InventoryItem("Account " + n, "user" + n + "@mail.example", "password-" + n,
+                              "https://login.site" + QString::number(i % sites) + ".com/"));
         }
         m_locker.runWithInventory([&](Inventory &inventory) { inventory.add(batch); });
 
@@ -654,7 +660,8 @@ public:
 
     ~InProcessServer()
     {
-        QMetaObject::invokeMethod(&m_context, [&] { m_server.reset(); }, Qt::BlockingQueuedConnection);
+        QMetaObject::invokeMethod(
+            &m_context, [&] { m_server.reset(); }, Qt::BlockingQueuedConnection);
         m_thread.quit();
         m_thread.wait();
     }
@@ -694,11 +701,14 @@ void makeWorkerVault(const QString &tool, const QProcessEnvironment &environment
     process.setProcessEnvironment(environment);
     process.start(tool, {QStringLiteral("pictures")});
     process.waitForFinished(60000);
-    const QStringList names = QString::fromUtf8(process.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
-    process.start(tool, {QStringLiteral("init"), QStringLiteral("--pictures"), names.mid(0, 9).join(u',')});
+    const QStringList names =
+        QString::fromUtf8(process.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
+    process.start(
+        tool, {QStringLiteral("init"), QStringLiteral("--pictures"), names.mid(0, 9).join(u',')});
     process.waitForFinished(60000);
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        fail(QStringLiteral("pexi-vault init failed: %1").arg(QString::fromUtf8(process.readAllStandardError())));
+        fail(QStringLiteral("pexi-vault init failed: %1")
+                 .arg(QString::fromUtf8(process.readAllStandardError())));
 }
 
 } // namespace
@@ -736,7 +746,8 @@ int main(int argc, char *argv[])
             startups.push_back(ms);
     }
     print(QStringLiteral("worker_exec_to_listening"), stats(startups).median, "ms");
-    print(QStringLiteral("worker_exec_to_listening_max"), *std::max_element(startups.begin(), startups.end()), "ms");
+    print(QStringLiteral("worker_exec_to_listening_max"),
+          *std::max_element(startups.begin(), startups.end()), "ms");
 
     WorkerProcess worker(workerBinary, environment, freePort(), serverCpu);
     worker.waitListening();
@@ -751,7 +762,8 @@ int main(int argc, char *argv[])
         const auto [check, floor] = compare(workerCheck, worker.pid(), echo, floorPid, cpu);
         print("lock_check_rtt_" + label + "_median", check.rtt.median, "us");
         print("tcp_floor_rtt_" + label + "_median", floor.rtt.median, "us");
-        print("lock_check_rtt_" + label + "_median_vs_floor", check.rtt.median / floor.rtt.median, "ratio");
+        print("lock_check_rtt_" + label + "_median_vs_floor", check.rtt.median / floor.rtt.median,
+              "ratio");
         print("lock_check_rtt_" + label + "_p99", check.rtt.p99, "us");
         print("tcp_floor_rtt_" + label + "_p99", floor.rtt.p99, "us");
         print("lock_check_rtt_" + label + "_p99_vs_floor", check.rtt.p99 / floor.rtt.p99, "ratio");
@@ -770,7 +782,8 @@ int main(int argc, char *argv[])
     }
     print(QStringLiteral("lock_check_throughput_%1_clients").arg(clients), checks, "per_s");
     print(QStringLiteral("tcp_floor_throughput_%1_clients").arg(clients), echoes, "per_s");
-    print(QStringLiteral("lock_check_throughput_%1_clients_vs_floor").arg(clients), checks / echoes, "ratio");
+    print(QStringLiteral("lock_check_throughput_%1_clients_vs_floor").arg(clients), checks / echoes,
+          "ratio");
     worker.stop();
 
     const QString site = QStringLiteral("https://www.login.site7.com/signin");
@@ -783,8 +796,10 @@ int main(int argc, char *argv[])
         const Exchange checkExchange{server.port(), lockCheck(), 2};
         const auto [searched, checked] = compare(searchExchange, 0, checkExchange, 0, otherCpu);
         print(QStringLiteral("search_rtt_%1_items_median").arg(label), searched.rtt.median, "us");
-        print(QStringLiteral("search_rtt_%1_items_matches").arg(label), server.matches(site), "items");
-        print(QStringLiteral("in_process_lock_check_rtt_%1_items_median").arg(label), checked.rtt.median, "us");
+        print(QStringLiteral("search_rtt_%1_items_matches").arg(label), server.matches(site),
+              "items");
+        print(QStringLiteral("in_process_lock_check_rtt_%1_items_median").arg(label),
+              checked.rtt.median, "us");
         print(QStringLiteral("search_rtt_%1_items_vs_lock_check").arg(label),
               searched.rtt.median / checked.rtt.median, "ratio");
         print(QStringLiteral("search_rtt_%1_items_p99_vs_lock_check").arg(label),

@@ -69,8 +69,13 @@ struct Inventory::Entry
     QString foldedSite;
     QString typedHost;
     QString domain; // empty when the site is missing or not a host
-    mutable int rank = 0;
 };
+
+bool Inventory::listedBefore(const Entry *a, const Entry *b)
+{
+    const int byTitle = a->sortKey.compare(b->sortKey);
+    return byTitle != 0 ? byTitle < 0 : a->item.uuid() < b->item.uuid();
+}
 
 Inventory::Inventory(VaultWriter &writer) : m_writer(writer), m_collator(QLocale())
 {
@@ -114,12 +119,7 @@ const std::vector<const Inventory::Entry *> &Inventory::ordered() const
             if (entry->listed())
                 m_order.push_back(entry.get());
         }
-        std::sort(m_order.begin(), m_order.end(), [](const Entry *a, const Entry *b) {
-            const int byTitle = a->sortKey.compare(b->sortKey);
-            return byTitle != 0 ? byTitle < 0 : a->item.uuid() < b->item.uuid();
-        });
-        for (size_t i = 0; i < m_order.size(); ++i)
-            m_order[i]->rank = int(i);
+        std::sort(m_order.begin(), m_order.end(), listedBefore);
         m_orderDirty = false;
     }
     return m_order;
@@ -151,10 +151,10 @@ QList<InventoryItem> Inventory::itemsMatchingHost(const HostnameInfo &host) cons
     const auto bucket = m_byDomain.constFind(host.matchKey());
     if (bucket == m_byDomain.constEnd())
         return {};
-    ordered(); // ranks must be current
+    // A bucket holds one site's logins: sorting it is cheaper than keeping the whole list
+    // ordered after every change.
     QList<const Entry *> entries = *bucket;
-    std::sort(entries.begin(), entries.end(),
-              [](const Entry *a, const Entry *b) { return a->rank < b->rank; });
+    std::sort(entries.begin(), entries.end(), listedBefore);
     QList<InventoryItem> items;
     items.reserve(entries.size());
     for (const Entry *entry : entries)
@@ -166,13 +166,15 @@ bool Inventory::containsLogin(const QString &username, const QString &site,
                               const QString &password) const
 {
     const QString host = siteHost(site);
-    for (const auto &entry : m_entries) {
-        if (entry->listed() && entry->typedHost == host &&
-            entry->item.username().value_or(QString()) == username &&
-            entry->item.password() == password)
-            return true;
-    }
-    return false;
+    const auto sameLogin = [&](const Entry *entry) {
+        return entry->listed() && entry->typedHost == host &&
+               entry->item.username().value_or(QString()) == username &&
+               entry->item.password() == password;
+    };
+    // A host's logins all sit in its domain's bucket; only sites that are no host need a scan.
+    if (const std::optional<HostnameInfo> parsed = parseHost(site))
+        return std::ranges::any_of(m_byDomain.value(parsed->matchKey()), sameLogin);
+    return std::ranges::any_of(m_entries, [&](const auto &entry) { return sameLogin(entry.get()); });
 }
 
 std::optional<InventoryItem> Inventory::item(const QString &uuid) const
@@ -197,14 +199,13 @@ const Inventory::Entry *Inventory::findSameLogin(const InventoryItem &item) cons
     const auto bucket = m_byDomain.constFind(host->matchKey());
     if (bucket == m_byDomain.constEnd())
         return nullptr;
-    ordered();
-    const Entry *best = nullptr;
+    const Entry *first = nullptr;
     for (const Entry *entry : *bucket) {
         if (entry->item.username().value_or(QString()) == username &&
-            (!best || entry->rank < best->rank))
-            best = entry;
+            (!first || listedBefore(entry, first)))
+            first = entry;
     }
-    return best;
+    return first;
 }
 
 UpsertReturnVal Inventory::upsert(const InventoryItem &item, bool preserveTitle)

@@ -60,6 +60,7 @@ private:
     void save(const QList<InventoryItem> &items);
     const std::vector<const Entry *> &ordered() const;
     const Entry *findSameLogin(const InventoryItem &item) const;
+    static bool listedBefore(const Entry *a, const Entry *b);
 
     VaultWriter &m_writer;
     QCollator m_collator;

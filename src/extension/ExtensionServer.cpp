@@ -63,6 +63,8 @@ bool isWebPageOrigin(const QString &origin)
            scheme == QLatin1String("file");
 }
 
+const char *const closingHandshakeProperty = "pexiClosingHandshake";
+
 quint16 portFromEnvironment()
 {
     bool ok = false;
@@ -182,6 +184,9 @@ void ExtensionServer::onNewConnection()
         connect(socket, &QWebSocket::binaryMessageReceived, this, [](const QByteArray &) {
             logLine(QStringLiteral("message received from server had unexpected type: QByteArray"));
         });
+        // A close frame went one way or the other; without one the peer simply vanished.
+        connect(socket, &QWebSocket::aboutToClose, this,
+                [socket] { socket->setProperty(closingHandshakeProperty, true); });
         connect(socket, &QWebSocket::disconnected, this, [this, socket] { onDisconnected(socket); });
         connect(socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this, [this, socket] { onSocketError(socket); });
     }
@@ -191,10 +196,15 @@ void ExtensionServer::onDisconnected(QWebSocket *socket)
 {
     // A socket that failed was logged and removed already; a close is logged only once.
     if (m_openWebSockets.contains(socket)) {
-        const bool clean = socket->closeCode() == QWebSocketProtocol::CloseCodeNormal;
+        // Clean means the closing handshake took place, whatever its code; a connection that
+        // just dropped reports 1006, as browsers do.
+        const bool clean = socket->property(closingHandshakeProperty).toBool();
+        const int code = clean ? int(socket->closeCode())
+                               : int(QWebSocketProtocol::CloseCodeAbnormalDisconnection);
         logLine(QStringLiteral("websocket closed with code %1, reason: '%2', clean: %3")
-                    .arg(int(socket->closeCode()))
-                    .arg(socket->closeReason(), clean ? QStringLiteral("true") : QStringLiteral("false")));
+                    .arg(code)
+                    .arg(clean ? socket->closeReason() : QString(),
+                         clean ? QStringLiteral("true") : QStringLiteral("false")));
         removeSocket(socket);
     }
     socket->deleteLater();
@@ -259,6 +269,7 @@ void ExtensionServer::handleTextMessage(QWebSocket *socket, const QString &text)
     const QList<Handler> handlers = m_handlers.value(event->command());
     for (const Handler &handler : handlers)
         handler(socket, *event);
+    // The answers leave now, in one write, rather than on the event loop's next pass.
     socket->flush();
 }
 

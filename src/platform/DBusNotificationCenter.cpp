@@ -38,8 +38,12 @@ DBusNotificationCenter::DBusNotificationCenter(const QDBusConnection &bus, QObje
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this](QDBusPendingCallWatcher *call) {
                 const QDBusPendingReply<QStringList> reply = *call;
-                if (reply.isValid())
-                    m_bodyMarkup = reply.value().contains(QStringLiteral("body-markup"));
+                m_bodyMarkup =
+                    reply.isValid() && reply.value().contains(QStringLiteral("body-markup"));
+                for (const auto &[id, notification] : std::exchange(m_waiting, {})) {
+                    if (m_delivered.contains(id))
+                        send(id, notification);
+                }
                 call->deleteLater();
             });
 }
@@ -51,11 +55,19 @@ DBusNotificationCenter::deliverNotification(const UserNotification &notification
 {
     const NotificationId id = m_nextId++;
     m_delivered.insert(id, Delivered{0, notification.userInfo, false, false});
+    if (m_bodyMarkup)
+        send(id, notification);
+    else
+        m_waiting.append({id, notification});
+    return id;
+}
 
+void DBusNotificationCenter::send(NotificationId id, const UserNotification &notification)
+{
     QStringList lines;
     for (const QString &line : {notification.subtitle, notification.informativeText}) {
         if (!line.isEmpty())
-            lines.append(m_bodyMarkup ? line.toHtmlEscaped() : line);
+            lines.append(*m_bodyMarkup ? line.toHtmlEscaped() : line);
     }
 
     QStringList actions{defaultActionKey, QString()};
@@ -80,7 +92,6 @@ DBusNotificationCenter::deliverNotification(const UserNotification &notification
                 onNotifyReply(id, reply.isValid() ? reply.value() : 0, !reply.isValid());
                 call->deleteLater();
             });
-    return id;
 }
 
 void DBusNotificationCenter::removeDeliveredNotification(NotificationId id)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "platform/UserNotificationCenter.h"
 
 #include <QDBusConnection>
@@ -28,8 +30,8 @@ public:
 
     // Notifications still tracked: shown, or on their way to the server.
     int pendingCount() const { return int(m_delivered.size()); }
-    // Whether bodies are sent as markup; true until the server says it does not render it.
-    bool bodyMarkup() const { return m_bodyMarkup; }
+    // Whether bodies are sent as markup; false until the server said it renders it.
+    bool bodyMarkup() const { return m_bodyMarkup.value_or(false); }
 
 private slots:
     void onActionInvoked(uint serverId, const QString &actionKey);
@@ -44,12 +46,15 @@ private:
         bool activated = false;
     };
 
+    void send(NotificationId id, const UserNotification &notification);
     void onNotifyReply(NotificationId id, uint serverId, bool failed);
     void closeOnServer(uint serverId);
     void forget(NotificationId id);
 
     QDBusConnection m_bus;
-    bool m_bodyMarkup = true; // most servers render it; corrected once they tell us
+    // Unknown until the server answers; notifications wait for it, since escaping depends on it.
+    std::optional<bool> m_bodyMarkup;
+    QList<std::pair<NotificationId, UserNotification>> m_waiting;
     NotificationId m_nextId = 1;
     QHash<NotificationId, Delivered> m_delivered;
     QHash<uint, NotificationId> m_idForServerId;

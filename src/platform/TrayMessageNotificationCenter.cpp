@@ -39,8 +39,9 @@ TrayMessageNotificationCenter::deliverNotification(const UserNotification &notif
     const QString body = lines.join(QLatin1Char('\n'));
 
     if (!m_trayIcon) {
-        // Without a status item there is nowhere to show it; the log at least says what it was.
-        logLine(QStringLiteral("notification: %1: %2").arg(notification.title, body));
+        // Without a status item there is nowhere to show it. The log names it, but never the
+        // login's username or site.
+        logLine(QStringLiteral("notification: %1").arg(notification.title));
         return id;
     }
     m_shownId = id;

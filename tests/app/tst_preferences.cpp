@@ -1,7 +1,6 @@
 #include "app/Preferences.h"
 
 #include <QSettings>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -9,193 +8,81 @@
 
 using pexi::Preferences;
 
-namespace {
-
-// Where a stored key is absent, the test says so with this value.
-enum class Stored { absent, no, yes };
-
-void store(QSettings &settings, const QString &key, Stored value)
-{
-    if (value == Stored::absent)
-        settings.remove(key);
-    else
-        settings.setValue(key, value == Stored::yes);
-    settings.sync();
-}
-
-} // namespace
-
-Q_DECLARE_METATYPE(Stored)
-
 class TestPreferences : public QObject
 {
     Q_OBJECT
 
-private:
-    QString settingsPath() const { return m_dir->filePath(QStringLiteral("worker.conf")); }
-    std::unique_ptr<QSettings> openSettings() const
+    QTemporaryDir m_dir;
+    std::unique_ptr<QSettings> store() const
     {
-        return std::make_unique<QSettings>(settingsPath(), QSettings::IniFormat);
+        return std::make_unique<QSettings>(m_dir.filePath("worker.conf"), QSettings::IniFormat);
     }
-    std::unique_ptr<Preferences> makePreferences(bool registered = true) const
+    std::unique_ptr<Preferences> preferences() const
     {
-        auto preferences = std::make_unique<Preferences>(openSettings());
-        if (registered)
-            Preferences::registerDefaults(*preferences);
+        auto preferences = std::make_unique<Preferences>(store());
+        Preferences::registerDefaults(*preferences);
         return preferences;
     }
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-
 private slots:
-    void init()
-    {
-        m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-    }
+    void cleanup() { store()->clear(); }
 
-    // Defaults and storage
-
-    void freshSettingsReadTheRegisteredDefaults_data()
+    // Steps "auto|notifications|welcome|icon=0|1" go through the setters, "key=true|false" into
+    // the store behind their back. Then: what the four settings read, what is stored, and which
+    // status icon changes were announced ("-" for none).
+    void settings_data()
     {
-        QTest::addColumn<bool>("registered");
-        QTest::addColumn<bool>("expected");
-        QTest::newRow("registered") << true << true;
-        QTest::newRow("not registered") << false << false;
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *name, const char *steps, const char *expected) {
+            QTest::newRow(name) << QString(steps) << QString(expected);
+        };
+        row("fresh", "", "1 1 1 1 | - | -");
+        row("setters write at once", "auto=0 welcome=0",
+            "0 1 0 1 | auto_save_passwords=false show_welcome_screen=false | -");
+        row("asking, notifications off", "auto=0 notifications=0",
+            "0 1 1 1 | auto_save_passwords=false save_notifications=false | -");
+        row("the choice comes back", "auto=0 notifications=0 auto=1",
+            "1 0 1 1 | auto_save_passwords=true save_notifications=false | -");
+        row("changed elsewhere", "save_notifications=false show_welcome_screen=false",
+            "1 0 0 1 | save_notifications=false show_welcome_screen=false | -");
+        row("icon hidden, shown", "icon=0 icon=1", "1 1 1 1 | - | 0 1");
+        row("icon shown while shown", "icon=1", "1 1 1 1 | - | -");
+        row("icon hidden twice", "icon=0 icon=0", "1 1 1 0 | - | 0");
     }
-    void freshSettingsReadTheRegisteredDefaults()
+    void settings()
     {
-        QFETCH(bool, registered);
-        QFETCH(bool, expected);
-        const auto preferences = makePreferences(registered);
-        QCOMPARE(preferences->autoSavePasswords(), expected);
-        QCOMPARE(preferences->showWelcomeScreen(), expected);
-        // Without automatic saving notifications are on whatever is stored.
-        QCOMPARE(preferences->showSaveNotifications(), true);
-        // Registering never writes: the store stays empty.
-        QVERIFY(openSettings()->allKeys().isEmpty());
-    }
-
-    void writesReachTheStoreAtOnce_data()
-    {
-        // The stored names, written out: renaming one would lose every user's choice.
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<bool>("value");
-        for (const bool value : {false, true}) {
-            const char *suffix = value ? " on" : " off";
-            QTest::addRow("auto save%s", suffix) << QStringLiteral("auto_save_passwords") << value;
-            QTest::addRow("notifications%s", suffix)
-                << QStringLiteral("save_notifications") << value;
-            QTest::addRow("welcome%s", suffix) << QStringLiteral("show_welcome_screen") << value;
+        QFETCH(QString, steps);
+        QFETCH(QString, expected);
+        const auto settings = preferences();
+        QStringList announced;
+        connect(settings.get(), &Preferences::showStatusBarIconChanged,
+                [&](bool shown) { announced << QString::number(shown); });
+        const QHash<QString, void (Preferences::*)(bool)> setters{
+            {"auto", &Preferences::setAutoSavePasswords},
+            {"notifications", &Preferences::setShowSaveNotifications},
+            {"welcome", &Preferences::setShowWelcomeScreen},
+            {"icon", &Preferences::setShowStatusBarIcon}};
+        for (const QString &step : steps.split(u' ', Qt::SkipEmptyParts)) {
+            const QString key = step.section(u'=', 0, 0), value = step.section(u'=', 1);
+            if (setters.contains(key))
+                (settings.get()->*setters[key])(value == "1");
+            else
+                store()->setValue(key, value == "true");
         }
-    }
-    void writesReachTheStoreAtOnce()
-    {
-        QFETCH(QString, key);
-        QFETCH(bool, value);
-        const auto preferences = makePreferences();
-        if (key.startsWith(QLatin1String("auto")))
-            preferences->setAutoSavePasswords(value);
-        else if (key.startsWith(QLatin1String("save")))
-            preferences->setShowSaveNotifications(value);
-        else
-            preferences->setShowWelcomeScreen(value);
-
-        // Another reader of the same store sees it without the writer being destroyed first.
-        const auto other = openSettings();
-        QVERIFY(other->contains(key));
-        QCOMPARE(other->value(key).toBool(), value);
-        QCOMPARE(other->allKeys().size(), 1);
-    }
-
-    void readsSeeChangesMadeElsewhere()
-    {
-        const auto preferences = makePreferences();
-        QCOMPARE(preferences->showWelcomeScreen(), true);
-        const auto other = openSettings();
-        store(*other, Preferences::Constants::showWelcomeScreen, Stored::no);
-        QCOMPARE(preferences->showWelcomeScreen(), false);
-    }
-
-    // The notification rule
-
-    void notificationsFollowAutoSave_data()
-    {
-        QTest::addColumn<Stored>("autoSave");
-        QTest::addColumn<Stored>("notifications");
-        QTest::addColumn<bool>("expected");
-        QTest::newRow("both absent") << Stored::absent << Stored::absent << true;
-        QTest::newRow("auto save, notifications off") << Stored::yes << Stored::no << false;
-        QTest::newRow("auto save, notifications on") << Stored::yes << Stored::yes << true;
-        QTest::newRow("auto save absent, notifications off")
-            << Stored::absent << Stored::no << false;
-        QTest::newRow("asking, notifications off") << Stored::no << Stored::no << true;
-        QTest::newRow("asking, notifications on") << Stored::no << Stored::yes << true;
-        QTest::newRow("asking, notifications absent") << Stored::no << Stored::absent << true;
-    }
-    void notificationsFollowAutoSave()
-    {
-        QFETCH(Stored, autoSave);
-        QFETCH(Stored, notifications);
-        QFETCH(bool, expected);
-        {
-            const auto settings = openSettings();
-            store(*settings, Preferences::Constants::autoSavePasswords, autoSave);
-            store(*settings, Preferences::Constants::showSaveNotifications, notifications);
-        }
-        const auto preferences = makePreferences();
-        QCOMPARE(preferences->showSaveNotifications(), expected);
-    }
-
-    void storedNotificationChoiceComesBackWithAutoSave()
-    {
-        const auto preferences = makePreferences();
-        preferences->setAutoSavePasswords(false);
-        preferences->setShowSaveNotifications(false);
-        QCOMPARE(preferences->showSaveNotifications(), true);
-        // The read rule must not have touched what the user chose.
-        QCOMPARE(openSettings()->value(Preferences::Constants::showSaveNotifications).toBool(),
-                 false);
-        preferences->setAutoSavePasswords(true);
-        QCOMPARE(preferences->showSaveNotifications(), false);
-    }
-
-    // The status item
-
-    void statusIconStartsVisibleEveryLaunch()
-    {
-        {
-            const auto preferences = makePreferences();
-            preferences->setShowStatusBarIcon(false);
-            QCOMPARE(preferences->showStatusBarIcon(), false);
-        }
-        const auto preferences = makePreferences();
-        QCOMPARE(preferences->showStatusBarIcon(), true);
-        QVERIFY(openSettings()->allKeys().isEmpty());
-    }
-
-    void statusIconChangesAreAnnounced_data()
-    {
-        QTest::addColumn<QList<bool>>("writes");
-        QTest::addColumn<QList<bool>>("announced");
-        QTest::newRow("hide") << QList<bool>{false} << QList<bool>{false};
-        QTest::newRow("hide, show") << QList<bool>{false, true} << QList<bool>{false, true};
-        QTest::newRow("show while shown") << QList<bool>{true} << QList<bool>{};
-        QTest::newRow("hide twice") << QList<bool>{false, false} << QList<bool>{false};
-    }
-    void statusIconChangesAreAnnounced()
-    {
-        QFETCH(QList<bool>, writes);
-        QFETCH(QList<bool>, announced);
-        const auto preferences = makePreferences();
-        QSignalSpy spy(preferences.get(), &Preferences::showStatusBarIconChanged);
-        for (const bool value : writes)
-            preferences->setShowStatusBarIcon(value);
-        QList<bool> seen;
-        for (const QList<QVariant> &call : spy)
-            seen.append(call.at(0).toBool());
-        QCOMPARE(seen, announced);
-        QCOMPARE(preferences->showStatusBarIcon(), writes.last());
+        QStringList read, stored;
+        for (const bool value : {settings->autoSavePasswords(), settings->showSaveNotifications(),
+                                 settings->showWelcomeScreen(), settings->showStatusBarIcon()})
+            read << QString::number(value);
+        const auto other = store();
+        for (const QString &key : other->allKeys())
+            stored << key + "=" + other->value(key).toString();
+        const auto group = [](const QStringList &list) {
+            return list.isEmpty() ? QStringLiteral("-") : list.join(u' ');
+        };
+        QCOMPARE(group(read) + " | " + group(stored) + " | " + group(announced), expected);
+        // The icon is never stored: every launch starts with it shown.
+        QVERIFY(preferences()->showStatusBarIcon());
     }
 };
 

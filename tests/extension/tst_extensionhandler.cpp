@@ -155,7 +155,8 @@ public:
     void send(const QJsonObject &data)
     {
         const QJsonObject envelope{{"data", data}, {"sender", "chrome"}, {"build", "7.1"}};
-        socket.sendTextMessage(QString::fromUtf8(QJsonDocument(envelope).toJson(QJsonDocument::Compact)));
+        socket.sendTextMessage(
+            QString::fromUtf8(QJsonDocument(envelope).toJson(QJsonDocument::Compact)));
     }
 
     // Frames are handled in order: once both answers to a lock check sent after them are in,
@@ -276,7 +277,8 @@ private:
     QList<InventoryItem> items()
     {
         QList<InventoryItem> list;
-        m_vault->locker.runWithInventory([&](Inventory &inventory) { list = inventory.itemList(); });
+        m_vault->locker.runWithInventory(
+            [&](Inventory &inventory) { list = inventory.itemList(); });
         return list;
     }
 
@@ -309,9 +311,9 @@ private:
         const QStringList parts = text.mid(6).split(u'|');
         return {{"command", "credentials_store"},
                 {"site", parts.value(0)},
-                {"credential",
-                 QJsonObject{{"title", parts.value(1)}, {"username", parts.value(2)},
-                             {"password", parts.value(3)}}}};
+                {"credential", QJsonObject{{"title", parts.value(1)},
+                                           {"username", parts.value(2)},
+                                           {"password", parts.value(3)}}}};
     }
 
 private slots:
@@ -356,7 +358,8 @@ private slots:
         capture.mouseLocation = [] { return mouse; };
         m_capture = std::make_unique<SavePasswordController>(capture);
 
-        m_server = std::make_unique<ExtensionServer>(0, m_vault->locker, *m_browsers, m_vault->center);
+        m_server =
+            std::make_unique<ExtensionServer>(0, m_vault->locker, *m_browsers, m_vault->center);
         ExtensionHandler::install(*m_server, {&m_vault->locker, m_browsers.get(), m_capture.get(),
                                               m_window.get(), [] { return mouse; }});
         QVERIFY(m_server->start());
@@ -395,9 +398,10 @@ private slots:
         QTest::newRow("bare registrable domain") << "example.com" << example;
         QTest::newRow("upper case with port") << "HTTPS://MAIL.EXAMPLE.COM:443/" << example;
         QTest::newRow("equal sites, both listed")
-            << "https://twin.net/login" << QStringList{uuidOf("Twin", "second"), uuidOf("Twin", "first")};
-        QTest::newRow("private suffix keeps users apart") << "https://alice.github.io/blog"
-                                                          << QStringList{uuidOf("Alice pages")};
+            << "https://twin.net/login"
+            << QStringList{uuidOf("Twin", "second"), uuidOf("Twin", "first")};
+        QTest::newRow("private suffix keeps users apart")
+            << "https://alice.github.io/blog" << QStringList{uuidOf("Alice pages")};
         QTest::newRow("address matches exactly")
             << "http://192.168.1.1:8080/admin" << QStringList{uuidOf("Router")};
         QTest::newRow("another address") << "http://192.168.1.2/" << QStringList{};
@@ -423,8 +427,9 @@ private slots:
             const QJsonObject credential = value.toObject();
             const QString uuid = credential.value("uuid").toString();
             suggested << uuid;
-            const auto row = std::find_if(fixture.cbegin(), fixture.cend(),
-                                          [&](const Row &r) { return uuid == QLatin1String(r.uuid); });
+            const auto row = std::find_if(fixture.cbegin(), fixture.cend(), [&](const Row &r) {
+                return uuid == QLatin1String(r.uuid);
+            });
             QVERIFY(row != fixture.cend());
             // Never a password; username and site only when the item has them.
             QJsonObject expected{{"uuid", uuid}, {"title", QString::fromUtf8(row->title)}};
@@ -442,7 +447,8 @@ private slots:
     {
         // "Notes" has no site and "Blank site" an empty one; neither matches any search, even
         // one for an empty site, which is refused before the inventory is looked at.
-        for (const QString &site : {QStringLiteral("https://notes.example.org"), QStringLiteral("")}) {
+        for (const QString &site :
+             {QStringLiteral("https://notes.example.org"), QStringLiteral("")}) {
             m_client->send(search(site));
             for (const QJsonObject &answer : m_client->settle()) {
                 for (const QJsonValue &value : answer.value("credentials").toArray()) {
@@ -460,22 +466,23 @@ private slots:
         QTest::addColumn<QString>("site");
         QTest::addColumn<QString>("hint");
 
-        QTest::newRow("opened for this host")
-            << QStringList{"www.example.com " + uuidOf("beta")} << "https://www.example.com/login"
-            << uuidOf("beta");
+        QTest::newRow("opened for this host") << QStringList{"www.example.com " + uuidOf("beta")}
+                                              << "https://www.example.com/login" << uuidOf("beta");
         QTest::newRow("hint kept for later searches")
             << QStringList{"mail.example.com " + uuidOf("alpha mail")}
             << "https://mail.example.com/u/0/inbox" << uuidOf("alpha mail");
-        QTest::newRow("the later login wins")
-            << QStringList{"twin.net " + uuidOf("Twin", "first"), "twin.net " + uuidOf("Twin", "second")}
-            << "https://twin.net/" << uuidOf("Twin", "second");
+        QTest::newRow("the later login wins") << QStringList{"twin.net " + uuidOf("Twin", "first"),
+                                                             "twin.net " + uuidOf("Twin", "second")}
+                                              << "https://twin.net/" << uuidOf("Twin", "second");
         // Hosts compare exactly, unlike suggestions.
-        QTest::newRow("other subdomain") << QStringList{"www.example.com " + uuidOf("beta")}
-                                         << "https://mail.example.com/" << "";
-        QTest::newRow("nothing opened") << QStringList{} << "https://www.example.com/" << "";
+        QTest::newRow("other subdomain")
+            << QStringList{"www.example.com " + uuidOf("beta")} << "https://mail.example.com/"
+            << "";
+        QTest::newRow("nothing opened") << QStringList{} << "https://www.example.com/"
+                                        << "";
         // The hint is whatever was opened, suggested or not.
-        QTest::newRow("item of another site")
-            << QStringList{"nothing.test " + uuidOf("Router")} << "https://nothing.test/" << uuidOf("Router");
+        QTest::newRow("item of another site") << QStringList{"nothing.test " + uuidOf("Router")}
+                                              << "https://nothing.test/" << uuidOf("Router");
     }
     void loginHintNamesTheItemLastOpenedForTheHost()
     {
@@ -532,23 +539,28 @@ private slots:
         QTest::addColumn<QString>("uuid");
         QTest::addColumn<QJsonObject>("credential");
 
-        QTest::newRow("full item")
-            << uuidOf("alpha mail")
-            << QJsonObject{{"uuid", uuidOf("alpha mail")}, {"title", "alpha mail"},
-                           {"password", "pw-mail"}, {"username", "ann@example.com"},
-                           {"site", "https://mail.example.com/login"}};
-        QTest::newRow("without username")
-            << uuidOf("beta")
-            << QJsonObject{{"uuid", uuidOf("beta")}, {"title", "beta"}, {"password", "pw-beta"},
-                           {"site", "example.com"}};
-        QTest::newRow("without site")
-            << uuidOf("Notes")
-            << QJsonObject{{"uuid", uuidOf("Notes")}, {"title", "Notes"}, {"password", "pw-notes"},
-                           {"username", "n"}};
-        QTest::newRow("empty site is still a site")
-            << uuidOf("Blank site")
-            << QJsonObject{{"uuid", uuidOf("Blank site")}, {"title", "Blank site"},
-                           {"password", "pw-blank"}, {"username", "b"}, {"site", ""}};
+        QTest::newRow("full item") << uuidOf("alpha mail")
+                                   << QJsonObject{{"uuid", uuidOf("alpha mail")},
+                                                  {"title", "alpha mail"},
+                                                  {"password", "pw-mail"},
+                                                  {"username", "ann@example.com"},
+                                                  {"site", "https://mail.example.com/login"}};
+        QTest::newRow("without username") << uuidOf("beta")
+                                          << QJsonObject{{"uuid", uuidOf("beta")},
+                                                         {"title", "beta"},
+                                                         {"password", "pw-beta"},
+                                                         {"site", "example.com"}};
+        QTest::newRow("without site") << uuidOf("Notes")
+                                      << QJsonObject{{"uuid", uuidOf("Notes")},
+                                                     {"title", "Notes"},
+                                                     {"password", "pw-notes"},
+                                                     {"username", "n"}};
+        QTest::newRow("empty site is still a site") << uuidOf("Blank site")
+                                                    << QJsonObject{{"uuid", uuidOf("Blank site")},
+                                                                   {"title", "Blank site"},
+                                                                   {"password", "pw-blank"},
+                                                                   {"username", "b"},
+                                                                   {"site", ""}};
     }
     void requestProvidesTheCredentialWithItsPassword()
     {
@@ -559,8 +571,8 @@ private slots:
         const QList<QJsonObject> answers = m_client->settle();
         QCOMPARE(answers.size(), 1);
         QCOMPARE(answers.first(), (QJsonObject{{"command", "provide_credential"},
-                                                {"session", "s-7"},
-                                                {"credential", credential}}));
+                                               {"session", "s-7"},
+                                               {"credential", credential}}));
         QCOMPARE(logged(), QStringList{"sent PROVIDE"});
     }
 
@@ -605,9 +617,10 @@ private slots:
             << QStringList{first, "commit"} << true
             << QStringList{"Example|ann|first secret|https://login.example.org/in"}
             << QStringList{"Password Saved"};
-        QTest::newRow("store, abort, commit") << QStringList{first, "abort", "commit"} << true
-                                              << QStringList{} << QStringList{};
-        QTest::newRow("commit alone") << QStringList{"commit"} << true << QStringList{} << QStringList{};
+        QTest::newRow("store, abort, commit")
+            << QStringList{first, "abort", "commit"} << true << QStringList{} << QStringList{};
+        QTest::newRow("commit alone")
+            << QStringList{"commit"} << true << QStringList{} << QStringList{};
         QTest::newRow("second store replaces the first")
             << QStringList{first, second, "commit"} << true
             << QStringList{"Example|bob|second secret|https://login.example.org/in"}
@@ -616,8 +629,8 @@ private slots:
             << QStringList{first, empty, "commit"} << true
             << QStringList{"Example|ann|first secret|https://login.example.org/in"}
             << QStringList{"Password Saved"};
-        QTest::newRow("empty password alone") << QStringList{empty, "commit"} << true << QStringList{}
-                                              << QStringList{};
+        QTest::newRow("empty password alone")
+            << QStringList{empty, "commit"} << true << QStringList{} << QStringList{};
         QTest::newRow("one commit per store")
             << QStringList{first, "commit", "commit"} << true
             << QStringList{"Example|ann|first secret|https://login.example.org/in"}
@@ -666,16 +679,20 @@ private slots:
 
         // The title from the site wins over the page title the extension sends.
         QTest::newRow("well-known login page")
-            << "store https://www.linkedin.com/login|Sign In – LinkedIn|ann|pw" << "LinkedIn";
+            << "store https://www.linkedin.com/login|Sign In – LinkedIn|ann|pw"
+            << "LinkedIn";
         QTest::newRow("well-known, no scheme") << "store www.facebook.com|Log into Facebook|ann|pw"
                                                << "Facebook";
         QTest::newRow("named after the host")
-            << "store https://accounts.shop.example.co.uk/signin|Welcome back!|ann|pw" << "Example";
+            << "store https://accounts.shop.example.co.uk/signin|Welcome back!|ann|pw"
+            << "Example";
         QTest::newRow("address") << "store http://192.168.1.1/login|Router admin|ann|pw"
                                  << "192.168.1.1";
         // Only a site without a host leaves the extension's title.
-        QTest::newRow("no host") << "store |Page title|ann|pw" << "Page title";
-        QTest::newRow("scheme only") << "store https://|Page title|ann|pw" << "Page title";
+        QTest::newRow("no host") << "store |Page title|ann|pw"
+                                 << "Page title";
+        QTest::newRow("scheme only") << "store https://|Page title|ann|pw"
+                                     << "Page title";
     }
     void storedLoginWaitsForCommit()
     {

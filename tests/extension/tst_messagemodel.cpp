@@ -15,99 +15,72 @@
 #include <QJsonObject>
 #include <QTest>
 
-#include <memory>
-
 using namespace pexi;
 
 Q_DECLARE_METATYPE(Command)
-Q_DECLARE_METATYPE(LockState)
-Q_DECLARE_METATYPE(std::optional<QString>)
-Q_DECLARE_METATYPE(PartialCredential)
-Q_DECLARE_METATYPE(Credential)
 
 namespace {
 
-QJsonObject object(const char *json)
+QJsonObject object(const QByteArray &json)
 {
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
+    const QJsonDocument document = QJsonDocument::fromJson(json);
     if (!document.isObject())
-        qFatal("bad fixture %s: %s", json, qPrintable(error.errorString()));
+        qFatal("bad fixture %s", json.constData());
     return document.object();
 }
 
-// Builds the event class the server would pick for `command` and renders every field, so that one
-// table can cover all incoming classes. "parseError" when construction threw that.
-QString parse(Command command, const QJsonObject &dictionary)
+const QString failed = ExtensionError(ExtensionError::Kind::parseError).what();
+
+// Builds the class the server picks for `command` and lists its fields, or gives the error text.
+QString parse(Command command, const QJsonObject &json)
 {
-    std::unique_ptr<MiniAppEvent> event;
-    QString fields;
-    const auto text = [](const std::optional<QString> &value) {
-        return value ? '"' + *value + '"' : QStringLiteral("none");
+    // The class, not the wire, decides the command.
+    const auto checked = [command](const MiniAppEvent &event, const QStringList &fields) {
+        return event.command() == command ? fields.join(u'|') : toRaw(event.command());
     };
     try {
         switch (command) {
         case Command::LOCK_CHECK: {
-            auto lockCheck = std::make_unique<LockCheckEvent>(dictionary);
-            fields = "session=" + text(lockCheck->session());
-            event = std::move(lockCheck);
-            break;
+            const LockCheckEvent event(json);
+            return checked(event, {event.session().value_or("none")});
         }
         case Command::CREDS_SEARCH: {
-            auto search = std::make_unique<SearchEvent>(dictionary);
-            fields = "site=" + text(search->site()) + " session=" + text(search->session());
-            event = std::move(search);
-            break;
+            const SearchEvent event(json);
+            return checked(event, {event.site(), event.session()});
         }
         case Command::CREDS_REQUEST: {
-            auto request = std::make_unique<RequestEvent>(dictionary);
-            fields = "uuid=" + text(request->uuid()) + " session=" + text(request->session());
-            event = std::move(request);
-            break;
+            const RequestEvent event(json);
+            return checked(event, {event.uuid(), event.session()});
         }
         case Command::CREDS_STORE: {
-            auto store = std::make_unique<StoreEvent>(dictionary);
-            fields = "title=" + text(store->title()) + " site=" + text(store->site()) +
-                     " username=" + text(store->username()) +
-                     " password=" + text(store->password());
-            event = std::move(store);
-            break;
+            const StoreEvent event(json);
+            return checked(event,
+                           {event.title(), event.site(), event.username(), event.password()});
         }
         case Command::CREDS_COMMIT:
-            event = std::make_unique<CommitEvent>(dictionary);
-            break;
+            return checked(CommitEvent(json), {"ok"});
         case Command::CREDS_ABORT:
-            event = std::make_unique<AbortEvent>(dictionary);
-            break;
+            return checked(AbortEvent(json), {"ok"});
         case Command::EXT_CLICKED: {
-            auto clicked = std::make_unique<ExtClickedEvent>(dictionary);
-            const auto point = clicked->coordinates();
-            fields = point ? QStringLiteral("point=(%1,%2)").arg(point->x()).arg(point->y())
-                           : QStringLiteral("no point");
-            event = std::move(clicked);
-            break;
+            const ExtClickedEvent event(json);
+            const auto point = event.coordinates();
+            return checked(event, {point ? QStringLiteral("(%1,%2)").arg(point->x()).arg(point->y())
+                                         : "no point"});
         }
         default:
             qFatal("not an incoming command");
         }
     } catch (const ExtensionError &error) {
-        return error.kind() == ExtensionError::Kind::parseError ? QStringLiteral("parseError")
-                                                                : QStringLiteral("other error");
+        return error.what();
     }
-    // The class, not the wire, decides the command.
-    if (event->command() != command)
-        return "built as " + toRaw(event->command());
-    return fields.isEmpty() ? QStringLiteral("ok") : fields;
 }
 
-// Written text, checked to be compact, then re-read so that key order does not matter.
+// Key order is no part of the format; compactness is.
 QJsonObject reread(const QString &text)
 {
     const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
-    if (!document.isObject())
-        return {{"unreadable", text}};
-    if (document.toJson(QJsonDocument::Compact) != text.toUtf8())
-        return {{"not compact", text}};
+    if (!document.isObject() || document.toJson(QJsonDocument::Compact) != text.toUtf8())
+        return {{"not compact JSON", text}};
     return document.object();
 }
 
@@ -118,328 +91,132 @@ class TestMessageModel : public QObject
     Q_OBJECT
 
 private slots:
-    void commandRawValues_data();
-    void commandRawValues();
-    void commandFromUnknownText_data();
-    void commandFromUnknownText();
+    // Known commands in declaration order; -1 for texts that are no command.
+    void commands_data()
+    {
+        QTest::addColumn<QString>("raw");
+        QTest::addColumn<int>("position");
+        int position = 0;
+        for (const char *raw :
+             {"pexi_lock_check", "pexi_lock_state", "credentials_search", "credentials_suggest",
+              "request_credential", "provide_credential", "credentials_store", "credentials_commit",
+              "credentials_abort", "ext_icon_clicked", "navigate"})
+            QTest::newRow(raw) << QString(raw) << position++;
+        for (const char *raw : {"PEXI_LOCK_CHECK", "credentials_search ", "CREDS_SEARCH", ""})
+            QTest::addRow("unknown '%s'", raw) << QString(raw) << -1;
+    }
+    void commands()
+    {
+        QFETCH(QString, raw);
+        QFETCH(int, position);
+        const std::optional<Command> command = commandFromRaw(raw);
+        QCOMPARE(command ? int(*command) : -1, position);
+        if (command)
+            QCOMPARE(toRaw(*command), raw);
+    }
 
-    void incomingEvents_data();
-    void incomingEvents();
-    void parseErrorDoesNotNameTheKey();
+    void incomingEvents_data()
+    {
+        QTest::addColumn<Command>("command");
+        QTest::addColumn<QJsonObject>("json");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *name, Command command, const QByteArray &json,
+                            const QString &expected) {
+            QTest::newRow(name) << command << object(json) << expected;
+        };
+        const Command check = Command::LOCK_CHECK, search = Command::CREDS_SEARCH,
+                      request = Command::CREDS_REQUEST, store = Command::CREDS_STORE,
+                      click = Command::EXT_CLICKED;
 
-    void lockStateIsReadAtWritingTime_data();
-    void lockStateIsReadAtWritingTime();
-    void suggestEvent_data();
-    void suggestEvent();
-    void provideEvent_data();
-    void provideEvent();
+        row("check", check, R"({"command":"pexi_lock_check","session":"s1"})", "s1");
+        row("check without session", check, R"({"command":"pexi_lock_check"})", "none");
+        row("check, numeric session", check, R"({"command":"c","session":7})", "none");
+        row("check, numeric command", check, R"({"command":1,"session":"s"})", failed);
+        row("search", search, R"({"command":"navigate","site":"a","session":"b"})", "a|b");
+        row("search without session", search, R"({"command":"c","site":"a"})", failed);
+        row("search, number site", search, R"({"command":"c","site":4,"session":"b"})", failed);
+        row("search without command", search, R"({"site":"a","session":"b"})", failed);
+        row("request", request, R"({"command":"c","uuid":"U","session":"s"})", "U|s");
+        row("request, number uuid", request, R"({"command":"c","uuid":1,"session":"s"})", failed);
+        const auto stored = [](const char *credential) {
+            return QByteArray(R"({"command":"c","site":"s","credential":)") + credential + "}";
+        };
+        row("store", store, stored(R"({"title":"T","username":"","password":" p "})"), "T|s|| p ");
+        row("store, empty credential", store, stored("{}"), failed);
+        row("store without password", store, stored(R"({"title":"t","username":"u"})"), failed);
+        row("store, numeric username", store,
+            stored(R"({"title":"t","username":5,"password":"p"})"), failed);
+        row("store, credential array", store, stored(R"(["t"])"), failed);
+        row("store, no site", store,
+            R"({"command":"c","credential":{"title":"t","username":"u","password":"p"}})", failed);
+        row("commit", Command::CREDS_COMMIT, R"({"command":"credentials_commit"})", "ok");
+        row("commit, numeric command", Command::CREDS_COMMIT, R"({"command":0})", failed);
+        row("abort, extra key", Command::CREDS_ABORT, R"({"command":"c","extra":true})", "ok");
+        row("abort without command", Command::CREDS_ABORT, R"({})", failed);
+        row("click", click, R"({"command":"c","coordinates":{"x":1.5,"y":-3,"z":0}})", "(1.5,-3)");
+        row("click without coordinates", click, R"({"command":"c"})", "no point");
+        row("click, text coordinates", click, R"({"command":"c","coordinates":"1,2"})", "no point");
+        row("click, a text", click, R"({"command":"c","coordinates":{"x":1,"y":"2"}})", "no point");
+        row("click, a text, no y", click, R"({"command":"c","coordinates":{"x":1,"k":"t"}})",
+            "no point");
+        row("click, empty coordinates", click, R"({"command":"c","coordinates":{}})", failed);
+        row("click, only x", click, R"({"command":"c","coordinates":{"x":1}})", failed);
+        row("click, only y", click, R"({"command":"c","coordinates":{"y":2}})", failed);
+        row("click, numeric command", click, R"({"command":9})", failed);
+    }
+    void incomingEvents()
+    {
+        QFETCH(Command, command);
+        QFETCH(QJsonObject, json);
+        QFETCH(QString, expected);
+        // The same text for every failure, so a log line never tells which key was wrong.
+        QCOMPARE(parse(command, json), expected);
+    }
+
+    void outgoingEvents_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QJsonObject>("expected");
+        const auto row = [](const char *name, const QString &text, const QByteArray &json) {
+            QTest::newRow(name) << text << object(json);
+        };
+        const auto lockState = [](std::optional<QString> session, bool stored, LockState core) {
+            return LockStateEvent(session, stored).toJson([core] { return core; });
+        };
+        // "locked" is the core's state at writing time, not what the event was built with.
+        row("lock state, stored unlocked", lockState(QString("s"), false, LockState::locked),
+            R"({"command":"pexi_lock_state","session":"s","locked":true})");
+        row("lock state push, stored locked", lockState(std::nullopt, true, LockState::unlocked),
+            R"({"command":"pexi_lock_state","session":null,"locked":false})");
+        row("lock state, empty session", lockState(QString(""), true, LockState::locked),
+            R"({"command":"pexi_lock_state","session":"","locked":true})");
+        row("suggest nothing", SuggestEvent("s", {}, std::nullopt).toJson(),
+            R"({"command":"credentials_suggest","session":"s","credentials":[]})");
+        const QList<PartialCredential> found{{QString("me"), "U-2", "Z", QString("z.e")},
+                                             {{}, "U-1", "A", {}},
+                                             {QString(), "U-3", "", {}}};
+        row("suggest in order, with login", SuggestEvent("s", found, "U-1").toJson(),
+            R"({"command":"credentials_suggest","session":"s","logInWithUUID":"U-1","credentials":[)"
+            R"({"uuid":"U-2","title":"Z","username":"me","site":"z.e"},{"uuid":"U-1","title":"A"},)"
+            R"({"uuid":"U-3","title":"","username":""}]})");
+        row("provide",
+            ProvideEvent({QString("me"), "pw", "T", "U-1", QString("e.com")}, "s").toJson(),
+            R"({"command":"provide_credential","session":"s","credential":)"
+            R"({"uuid":"U-1","title":"T","password":"pw","username":"me","site":"e.com"}})");
+        // Passwords are taken exactly as typed, so every character must survive.
+        const QString password = QString::fromUtf8("\" \\ \n\t/ é 🔑 \u0001 ");
+        row("provide without username and site",
+            ProvideEvent({std::nullopt, password, "T", "U-2", std::nullopt}, "s").toJson(),
+            R"({"command":"provide_credential","session":"s","credential":)"
+            R"({"uuid":"U-2","title":"T","password":"\u0022 \u005c \n\t/ é 🔑 \u0001 "}})");
+    }
+    void outgoingEvents()
+    {
+        QFETCH(QString, text);
+        QFETCH(QJsonObject, expected);
+        QCOMPARE(reread(text), expected);
+    }
 };
-
-void TestMessageModel::commandRawValues_data()
-{
-    QTest::addColumn<Command>("command");
-    QTest::addColumn<QString>("raw");
-    QTest::addColumn<int>("position");
-
-    QTest::newRow("lock check") << Command::LOCK_CHECK << "pexi_lock_check" << 0;
-    QTest::newRow("lock state") << Command::LOCK_STATE << "pexi_lock_state" << 1;
-    QTest::newRow("search") << Command::CREDS_SEARCH << "credentials_search" << 2;
-    QTest::newRow("suggest") << Command::CREDS_SUGGEST << "credentials_suggest" << 3;
-    QTest::newRow("request") << Command::CREDS_REQUEST << "request_credential" << 4;
-    QTest::newRow("provide") << Command::CREDS_PROVIDE << "provide_credential" << 5;
-    QTest::newRow("store") << Command::CREDS_STORE << "credentials_store" << 6;
-    QTest::newRow("commit") << Command::CREDS_COMMIT << "credentials_commit" << 7;
-    QTest::newRow("abort") << Command::CREDS_ABORT << "credentials_abort" << 8;
-    QTest::newRow("icon clicked") << Command::EXT_CLICKED << "ext_icon_clicked" << 9;
-    QTest::newRow("navigate") << Command::NAVIGATE << "navigate" << 10;
-}
-
-void TestMessageModel::commandRawValues()
-{
-    QFETCH(Command, command);
-    QFETCH(QString, raw);
-    QFETCH(int, position);
-
-    QCOMPARE(toRaw(command), raw);
-    QCOMPARE(commandFromRaw(raw), std::optional<Command>(command));
-    QCOMPARE(static_cast<int>(command), position);
-}
-
-void TestMessageModel::commandFromUnknownText_data()
-{
-    QTest::addColumn<QString>("raw");
-
-    QTest::newRow("empty") << "";
-    QTest::newRow("upper case") << "PEXI_LOCK_CHECK";
-    QTest::newRow("capitalised") << "Navigate";
-    QTest::newRow("trailing blank") << "credentials_search ";
-    QTest::newRow("leading blank") << " credentials_search";
-    QTest::newRow("case name instead of wire string") << "CREDS_SEARCH";
-    QTest::newRow("prefix of a command") << "credentials";
-    QTest::newRow("longer than a command") << "credentials_stored";
-}
-
-void TestMessageModel::commandFromUnknownText()
-{
-    QFETCH(QString, raw);
-
-    QCOMPARE(commandFromRaw(raw), std::nullopt);
-}
-
-void TestMessageModel::incomingEvents_data()
-{
-    QTest::addColumn<Command>("command");
-    QTest::addColumn<QJsonObject>("dictionary");
-    QTest::addColumn<QString>("expected");
-
-    const auto row = [](const char *name, Command command, const char *json,
-                        const QString &expected) {
-        QTest::newRow(name) << command << object(json) << expected;
-    };
-
-    row("lock check with session", Command::LOCK_CHECK,
-        R"({"command":"pexi_lock_check","session":"s1"})", R"(session="s1")");
-    row("lock check without session", Command::LOCK_CHECK, R"({"command":"pexi_lock_check"})",
-        "session=none");
-    row("lock check with numeric session", Command::LOCK_CHECK,
-        R"({"command":"pexi_lock_check","session":7})", "session=none");
-    row("lock check with null session", Command::LOCK_CHECK,
-        R"({"command":"pexi_lock_check","session":null})", "session=none");
-    row("lock check with numeric command", Command::LOCK_CHECK, R"({"command":1,"session":"s"})",
-        "parseError");
-    row("lock check without command", Command::LOCK_CHECK, R"({"session":"s"})", "parseError");
-    row("lock check with null command", Command::LOCK_CHECK, R"({"command":null})", "parseError");
-
-    row("search", Command::CREDS_SEARCH,
-        R"({"command":"credentials_search","site":"https://example.com","session":"s2"})",
-        R"(site="https://example.com" session="s2")");
-    row("search with empty strings", Command::CREDS_SEARCH,
-        R"({"command":"credentials_search","site":"","session":""})", R"(site="" session="")");
-    row("search with unknown keys", Command::CREDS_SEARCH,
-        R"({"command":"credentials_search","site":"a","session":"b","extra":[1]})",
-        R"(site="a" session="b")");
-    row("search command value is not compared again", Command::CREDS_SEARCH,
-        R"({"command":"pexi_lock_check","site":"a","session":"b"})", R"(site="a" session="b")");
-    row("search without session", Command::CREDS_SEARCH,
-        R"({"command":"credentials_search","site":"a"})", "parseError");
-    row("search with numeric site", Command::CREDS_SEARCH,
-        R"({"command":"credentials_search","site":42,"session":"b"})", "parseError");
-    row("search without site", Command::CREDS_SEARCH,
-        R"({"command":"credentials_search","session":"b"})", "parseError");
-    row("search without command", Command::CREDS_SEARCH, R"({"site":"a","session":"b"})",
-        "parseError");
-
-    row("request", Command::CREDS_REQUEST,
-        R"({"command":"request_credential","uuid":"U-1","session":"s"})",
-        R"(uuid="U-1" session="s")");
-    row("request with numeric uuid", Command::CREDS_REQUEST,
-        R"({"command":"request_credential","uuid":1,"session":"s"})", "parseError");
-    row("request without session", Command::CREDS_REQUEST,
-        R"({"command":"request_credential","uuid":"U-1"})", "parseError");
-
-    row("store", Command::CREDS_STORE,
-        R"({"command":"credentials_store","site":"example.com",)"
-        R"("credential":{"title":"Example","username":"me","password":" p w "}})",
-        R"(title="Example" site="example.com" username="me" password=" p w ")");
-    row("store with empty username and password", Command::CREDS_STORE,
-        R"({"command":"credentials_store","site":"s",)"
-        R"("credential":{"title":"t","username":"","password":""}})",
-        R"(title="t" site="s" username="" password="")");
-    row("store with empty credential", Command::CREDS_STORE,
-        R"({"command":"credentials_store","site":"s","credential":{}})", "parseError");
-    row("store without password", Command::CREDS_STORE,
-        R"({"command":"credentials_store","site":"s","credential":{"title":"t","username":"u"}})",
-        "parseError");
-    row("store with numeric username", Command::CREDS_STORE,
-        R"({"command":"credentials_store","site":"s",)"
-        R"("credential":{"title":"t","username":5,"password":"p"}})",
-        "parseError");
-    row("store with credential as array", Command::CREDS_STORE,
-        R"({"command":"credentials_store","site":"s","credential":["t","u","p"]})", "parseError");
-    row("store without site", Command::CREDS_STORE,
-        R"({"command":"credentials_store",)"
-        R"("credential":{"title":"t","username":"u","password":"p"}})",
-        "parseError");
-    row("store with site inside the credential only", Command::CREDS_STORE,
-        R"({"command":"credentials_store",)"
-        R"("credential":{"site":"s","title":"t","username":"u","password":"p"}})",
-        "parseError");
-
-    row("commit", Command::CREDS_COMMIT, R"({"command":"credentials_commit"})", "ok");
-    row("commit with numeric command", Command::CREDS_COMMIT, R"({"command":0})", "parseError");
-    row("abort", Command::CREDS_ABORT, R"({"command":"credentials_abort","extra":true})", "ok");
-    row("abort without command", Command::CREDS_ABORT, R"({})", "parseError");
-
-    row("icon click at a point", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":{"x":120.5,"y":-3}})", "point=(120.5,-3)");
-    row("icon click with extra numbers", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":{"x":1,"y":2,"z":3}})", "point=(1,2)");
-    row("icon click without coordinates", Command::EXT_CLICKED, R"({"command":"ext_icon_clicked"})",
-        "no point");
-    row("icon click with string coordinates", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":"10,20"})", "no point");
-    row("icon click with array coordinates", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":[10,20]})", "no point");
-    row("icon click with null coordinates", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":null})", "no point");
-    row("icon click with one string value", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":{"x":1,"y":"2"}})", "no point");
-    row("icon click with a string value and no y", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":{"x":1,"label":"top"}})", "no point");
-    row("icon click with a boolean value", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":{"x":1,"y":true}})", "no point");
-    row("icon click with empty coordinates", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":{}})", "parseError");
-    row("icon click with only x", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":{"x":1}})", "parseError");
-    row("icon click with numbers but no x", Command::EXT_CLICKED,
-        R"({"command":"ext_icon_clicked","coordinates":{"left":1,"y":2}})", "parseError");
-    row("icon click with numeric command", Command::EXT_CLICKED,
-        R"({"command":9,"coordinates":{"x":1,"y":2}})", "parseError");
-}
-
-void TestMessageModel::incomingEvents()
-{
-    QFETCH(Command, command);
-    QFETCH(QJsonObject, dictionary);
-    QFETCH(QString, expected);
-
-    QCOMPARE(parse(command, dictionary), expected);
-}
-
-void TestMessageModel::parseErrorDoesNotNameTheKey()
-{
-    QString missingSite;
-    QString missingSession;
-    try {
-        (void)SearchEvent(object(R"({"command":"credentials_search","session":"s"})"));
-    } catch (const ExtensionError &error) {
-        missingSite = error.what();
-    }
-    try {
-        (void)SearchEvent(object(R"({"command":"credentials_search","site":"s"})"));
-    } catch (const ExtensionError &error) {
-        missingSession = error.what();
-    }
-    QVERIFY(!missingSite.isEmpty());
-    QCOMPARE(missingSession, missingSite);
-    QVERIFY(!missingSite.contains("site"));
-}
-
-void TestMessageModel::lockStateIsReadAtWritingTime_data()
-{
-    QTest::addColumn<std::optional<QString>>("session");
-    QTest::addColumn<bool>("storedLocked");
-    QTest::addColumn<LockState>("coreState");
-    QTest::addColumn<QJsonObject>("expected");
-
-    const auto row = [](const char *name, const std::optional<QString> &session, bool stored,
-                        LockState core, const char *json) {
-        QTest::newRow(name) << session << stored << core << object(json);
-    };
-    row("stored unlocked, core locked", QString("s"), false, LockState::locked,
-        R"({"command":"pexi_lock_state","session":"s","locked":true})");
-    row("stored locked, core unlocked", QString("s"), true, LockState::unlocked,
-        R"({"command":"pexi_lock_state","session":"s","locked":false})");
-    row("push after a lock", std::nullopt, false, LockState::locked,
-        R"({"command":"pexi_lock_state","session":null,"locked":true})");
-    row("push after an unlock", std::nullopt, false, LockState::unlocked,
-        R"({"command":"pexi_lock_state","session":null,"locked":false})");
-    row("empty session is not null", QString(""), true, LockState::locked,
-        R"({"command":"pexi_lock_state","session":"","locked":true})");
-}
-
-void TestMessageModel::lockStateIsReadAtWritingTime()
-{
-    QFETCH(std::optional<QString>, session);
-    QFETCH(bool, storedLocked);
-    QFETCH(LockState, coreState);
-    QFETCH(QJsonObject, expected);
-
-    const LockStateEvent event(session, storedLocked);
-    QCOMPARE(event.command(), Command::LOCK_STATE);
-    QCOMPARE(event.locked(), storedLocked);
-    int asked = 0;
-    const QString text = event.toJson([&] {
-        ++asked;
-        return coreState;
-    });
-    QCOMPARE(asked, 1);
-    QCOMPARE(reread(text), expected);
-}
-
-void TestMessageModel::suggestEvent_data()
-{
-    QTest::addColumn<QList<PartialCredential>>("credentials");
-    QTest::addColumn<std::optional<QString>>("logInWithUUID");
-    QTest::addColumn<QJsonObject>("expected");
-
-    const PartialCredential full{QString("me"), "U-2", "Zeta", QString("https://z.example")};
-    const PartialCredential bare{std::nullopt, "U-1", "Alpha", std::nullopt};
-    const PartialCredential emptyName{QString(""), "U-3", "", std::nullopt};
-
-    QTest::newRow("no results, no login")
-        << QList<PartialCredential>() << std::optional<QString>()
-        << object(R"({"command":"credentials_suggest","session":"s","credentials":[]})");
-    QTest::newRow("results keep their order")
-        << QList<PartialCredential>{full, bare} << std::optional<QString>()
-        << object(R"({"command":"credentials_suggest","session":"s","credentials":[)"
-                  R"({"uuid":"U-2","title":"Zeta","username":"me","site":"https://z.example"},)"
-                  R"({"uuid":"U-1","title":"Alpha"}]})");
-    QTest::newRow("login hint")
-        << QList<PartialCredential>{bare} << std::optional<QString>("U-1")
-        << object(R"({"command":"credentials_suggest","session":"s",)"
-                  R"("credentials":[{"uuid":"U-1","title":"Alpha"}],"logInWithUUID":"U-1"})");
-    QTest::newRow("empty username is written")
-        << QList<PartialCredential>{emptyName} << std::optional<QString>()
-        << object(R"({"command":"credentials_suggest","session":"s",)"
-                  R"("credentials":[{"uuid":"U-3","title":"","username":""}]})");
-}
-
-void TestMessageModel::suggestEvent()
-{
-    QFETCH(QList<PartialCredential>, credentials);
-    QFETCH(std::optional<QString>, logInWithUUID);
-    QFETCH(QJsonObject, expected);
-
-    const SuggestEvent event("s", credentials, logInWithUUID);
-    QCOMPARE(event.command(), Command::CREDS_SUGGEST);
-    QCOMPARE(reread(event.toJson()), expected);
-}
-
-void TestMessageModel::provideEvent_data()
-{
-    QTest::addColumn<Credential>("credential");
-    QTest::addColumn<QJsonObject>("expectedCredential");
-
-    QTest::newRow("full credential")
-        << Credential{QString("me@example.com"), "hunter2", "Example", "U-1",
-                      QString("https://example.com")}
-        << object(R"({"uuid":"U-1","title":"Example","password":"hunter2",)"
-                  R"("username":"me@example.com","site":"https://example.com"})");
-    QTest::newRow("without username and site")
-        << Credential{std::nullopt, "pw", "T", "U-2", std::nullopt}
-        << object(R"({"uuid":"U-2","title":"T","password":"pw"})");
-    // Passwords are taken exactly as typed, so every character must survive the trip.
-    QTest::newRow("password needing escapes")
-        << Credential{std::nullopt, QString::fromUtf8("\" \\ \n\t/ é 🔑 \u0001 "), "T", "U-3",
-                      std::nullopt}
-        << QJsonObject{{"uuid", "U-3"},
-                       {"title", "T"},
-                       {"password", QString::fromUtf8("\" \\ \n\t/ é 🔑 \u0001 ")}};
-}
-
-void TestMessageModel::provideEvent()
-{
-    QFETCH(Credential, credential);
-    QFETCH(QJsonObject, expectedCredential);
-
-    const ProvideEvent event(credential, "s9");
-    QCOMPARE(event.command(), Command::CREDS_PROVIDE);
-    const QJsonObject expected{
-        {"command", "provide_credential"}, {"session", "s9"}, {"credential", expectedCredential}};
-    QCOMPARE(reread(event.toJson()), expected);
-}
 
 QTEST_APPLESS_MAIN(TestMessageModel)
 #include "tst_messagemodel.moc"
