@@ -212,9 +212,10 @@ private Q_SLOTS:
         TemporaryVault v;
         const QList<pexi::ImageGrid> grids = pexi::GridLibrary(v.vault).grids();
         QCOMPARE(grids.size(), 3);
+        const QList<QStringList> chosen = TemporaryVault::chosen();
         QSet<QString> seen;
         for (int g = 0; g < 3; ++g) {
-            for (const QString &name : TemporaryVault::chosen()[g])
+            for (const QString &name : chosen[g])
                 QVERIFY(grids[g].pictureNames().contains(name));
             for (const QString &name : grids[g].pictureNames())
                 seen.insert(name);
