@@ -42,7 +42,8 @@ struct Bench
         for (int i = 0; i < items; ++i) {
             const QString n = QString::number(i);
             batch.append(InventoryItem("Account " + n, "user" + n + "@mail.example",
-                                       "password-" + n, "https://login.site" + QString::number(i % 5000) + ".com/"));
+                                       "password-" + n,
+                                       "https://login.site" + QString::number(i % 5000) + ".com/"));
         }
         locker.runWithInventory([&](Inventory &inventory) { inventory.add(batch); });
         locker.lock();
@@ -119,13 +120,18 @@ int main(int argc, char *argv[])
         if (count < 10000)
             continue;
         bench.unlock();
-        const double floor = searchUs(bench, [](Inventory &inventory) { return int(inventory.itemList().size()); });
-        const double text = searchUs(bench, [](Inventory &inventory) { return int(inventory.search("user42@").size()); });
+        const double floor =
+            searchUs(bench, [](Inventory &inventory) { return int(inventory.itemList().size()); });
+        const double text = searchUs(
+            bench, [](Inventory &inventory) { return int(inventory.search("user42@").size()); });
         const HostnameInfo host = HostnameInfo::fromString("https://www.site42.com");
-        const double byHost = searchUs(bench, [&](Inventory &inventory) { return int(inventory.itemsMatchingHost(host).size()); });
+        const double byHost = searchUs(bench, [&](Inventory &inventory) {
+            return int(inventory.itemsMatchingHost(host).size());
+        });
         print(qPrintable(QStringLiteral("list_%1_items").arg(label)), floor, "us");
         print(qPrintable(QStringLiteral("search_%1_items").arg(label)), text, "us");
-        print(qPrintable(QStringLiteral("search_%1_items_vs_list").arg(label)), text / floor, "ratio");
+        print(qPrintable(QStringLiteral("search_%1_items_vs_list").arg(label)), text / floor,
+              "ratio");
         print(qPrintable(QStringLiteral("host_lookup_%1_items").arg(label)), byHost, "us");
         bench.locker.lock();
     }

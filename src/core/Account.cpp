@@ -11,7 +11,9 @@ Account &Account::shared()
     return account;
 }
 
-Account::Account(Vault &vault) : m_vault(vault) {}
+Account::Account(Vault &vault) : m_vault(vault)
+{
+}
 
 std::optional<QUuid> Account::userIdentifier() const
 {

@@ -64,7 +64,9 @@ std::shared_ptr<DeviceKeyStore> DeviceKeyStore::system()
     return files;
 }
 
-FileDeviceKeyStore::FileDeviceKeyStore(QString directory) : m_directory(std::move(directory)) {}
+FileDeviceKeyStore::FileDeviceKeyStore(QString directory) : m_directory(std::move(directory))
+{
+}
 
 QString FileDeviceKeyStore::defaultDirectory()
 {
@@ -91,19 +93,20 @@ std::optional<SecureBytes> FileDeviceKeyStore::load(const QString &accountId)
 void FileDeviceKeyStore::store(const QString &accountId, const SecureBytes &key)
 {
     if (!QDir().mkpath(m_directory) ||
-        !QFile::setPermissions(m_directory, QFile::ReadOwner | QFile::WriteOwner |
-                                                QFile::ExeOwner))
+        !QFile::setPermissions(m_directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
         throw VaultError(QStringLiteral("Cannot create %1 for the device key.").arg(m_directory));
     QSaveFile file(pathFor(accountId));
     // Restrict before any byte of the key is written.
     if (!file.open(QIODevice::WriteOnly) ||
         !file.setPermissions(QFile::ReadOwner | QFile::WriteOwner))
-        throw VaultError(QStringLiteral("Cannot write the device key to %1.").arg(pathFor(accountId)));
+        throw VaultError(
+            QStringLiteral("Cannot write the device key to %1.").arg(pathFor(accountId)));
     QByteArray text = encode(key).toLatin1() + '\n';
     file.write(text);
     sodium_memzero(text.data(), size_t(text.size()));
     if (!file.commit())
-        throw VaultError(QStringLiteral("Cannot write the device key to %1.").arg(pathFor(accountId)));
+        throw VaultError(
+            QStringLiteral("Cannot write the device key to %1.").arg(pathFor(accountId)));
 }
 
 QString FileDeviceKeyStore::describeLocation(const QString &accountId) const

@@ -10,7 +10,9 @@ EncryptionService &EncryptionService::shared()
     return service;
 }
 
-EncryptionService::EncryptionService(Vault &vault) : m_vault(vault) {}
+EncryptionService::EncryptionService(Vault &vault) : m_vault(vault)
+{
+}
 
 bool EncryptionService::checkRecallSecret(const QString &secret)
 {

@@ -11,7 +11,9 @@ GridLibrary &GridLibrary::instance()
     return library;
 }
 
-GridLibrary::GridLibrary(Vault &vault) : m_vault(vault) {}
+GridLibrary::GridLibrary(Vault &vault) : m_vault(vault)
+{
+}
 
 QList<ImageGrid> GridLibrary::grids() const
 {

@@ -174,7 +174,8 @@ bool Inventory::containsLogin(const QString &username, const QString &site,
     // A host's logins all sit in its domain's bucket; only sites that are no host need a scan.
     if (const std::optional<HostnameInfo> parsed = parseHost(site))
         return std::ranges::any_of(m_byDomain.value(parsed->matchKey()), sameLogin);
-    return std::ranges::any_of(m_entries, [&](const auto &entry) { return sameLogin(entry.get()); });
+    return std::ranges::any_of(m_entries,
+                               [&](const auto &entry) { return sameLogin(entry.get()); });
 }
 
 std::optional<InventoryItem> Inventory::item(const QString &uuid) const

@@ -36,8 +36,7 @@ public:
     QList<InventoryItem> search(const QString &text) const;
     // Items whose site shares the host's registrable domain, as HostnameInfo::matches() would say.
     QList<InventoryItem> itemsMatchingHost(const HostnameInfo &host) const;
-    bool containsLogin(const QString &username, const QString &site,
-                       const QString &password) const;
+    bool containsLogin(const QString &username, const QString &site, const QString &password) const;
     std::optional<InventoryItem> item(const QString &uuid) const;
     int count() const;
 

@@ -138,30 +138,74 @@ QString InventoryItem::toJson() const
     return QString::fromUtf8(QJsonDocument(toJsonObject()).toJson(QJsonDocument::Compact));
 }
 
-const QString &InventoryItem::title() const { return d->title; }
-const QString &InventoryItem::password() const { return d->password; }
-const std::optional<QString> &InventoryItem::username() const { return d->username; }
-const std::optional<QString> &InventoryItem::site() const { return d->site; }
-const InventoryItem::Fields &InventoryItem::fields() const { return d->fields; }
-const QString &InventoryItem::timestamp() const { return d->timestamp; }
-const QString &InventoryItem::uuid() const { return d->uuid; }
-bool InventoryItem::deleted() const { return d->deleted; }
+const QString &InventoryItem::title() const
+{
+    return d->title;
+}
+const QString &InventoryItem::password() const
+{
+    return d->password;
+}
+const std::optional<QString> &InventoryItem::username() const
+{
+    return d->username;
+}
+const std::optional<QString> &InventoryItem::site() const
+{
+    return d->site;
+}
+const InventoryItem::Fields &InventoryItem::fields() const
+{
+    return d->fields;
+}
+const QString &InventoryItem::timestamp() const
+{
+    return d->timestamp;
+}
+const QString &InventoryItem::uuid() const
+{
+    return d->uuid;
+}
+bool InventoryItem::deleted() const
+{
+    return d->deleted;
+}
 
-void InventoryItem::setTitle(const QString &title) { d->title = title; }
-void InventoryItem::setPassword(const QString &password) { d->password = password; }
-void InventoryItem::setUsername(const std::optional<QString> &username) { d->username = username; }
-void InventoryItem::setSite(const std::optional<QString> &site) { d->site = site; }
-void InventoryItem::setFields(const Fields &fields) { d->fields = fields; }
-void InventoryItem::setTimestamp(const QString &timestamp) { d->timestamp = timestamp; }
-void InventoryItem::setDeleted(bool deleted) { d->deleted = deleted; }
+void InventoryItem::setTitle(const QString &title)
+{
+    d->title = title;
+}
+void InventoryItem::setPassword(const QString &password)
+{
+    d->password = password;
+}
+void InventoryItem::setUsername(const std::optional<QString> &username)
+{
+    d->username = username;
+}
+void InventoryItem::setSite(const std::optional<QString> &site)
+{
+    d->site = site;
+}
+void InventoryItem::setFields(const Fields &fields)
+{
+    d->fields = fields;
+}
+void InventoryItem::setTimestamp(const QString &timestamp)
+{
+    d->timestamp = timestamp;
+}
+void InventoryItem::setDeleted(bool deleted)
+{
+    d->deleted = deleted;
+}
 
 bool InventoryItem::operator==(const InventoryItem &other) const
 {
-    return d == other.d ||
-           (d->uuid == other.d->uuid && d->title == other.d->title &&
-            d->password == other.d->password && d->username == other.d->username &&
-            d->site == other.d->site && d->fields == other.d->fields &&
-            d->timestamp == other.d->timestamp && d->deleted == other.d->deleted);
+    return d == other.d || (d->uuid == other.d->uuid && d->title == other.d->title &&
+                            d->password == other.d->password && d->username == other.d->username &&
+                            d->site == other.d->site && d->fields == other.d->fields &&
+                            d->timestamp == other.d->timestamp && d->deleted == other.d->deleted);
 }
 
 } // namespace pexi

@@ -51,7 +51,10 @@ SecureBytes &SecureBytes::operator=(SecureBytes &&other) noexcept
     return *this;
 }
 
-SecureBytes::~SecureBytes() { clear(); }
+SecureBytes::~SecureBytes()
+{
+    clear();
+}
 
 SecureBytes SecureBytes::clone() const
 {

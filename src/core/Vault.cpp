@@ -13,7 +13,6 @@
 #include <sodium.h>
 #include <sys/stat.h>
 
-
 namespace pexi {
 
 const QByteArray Vault::verifierText = QByteArrayLiteral("pexi vault verifier");
@@ -114,8 +113,8 @@ VaultHeader Vault::create(const QList<QStringList> &chosenPictures)
     const SecureBytes deviceKey = VaultCipher::randomKey();
     const SecureBytes secret =
         SecureBytes::fromUtf8(GridLibrary::recallSecretForNames(chosenPictures));
-    const SecureBytes key = VaultCipher::deriveKey(secret, header.salt, header.opsLimit,
-                                                   header.memLimit, deviceKey);
+    const SecureBytes key =
+        VaultCipher::deriveKey(secret, header.salt, header.opsLimit, header.memLimit, deviceKey);
     const VaultCipher::Sealed verifier =
         VaultCipher::seal(key, verifierText, verifierAssociatedData(header.vaultId));
     header.verifierNonce = verifier.nonce;
@@ -124,7 +123,8 @@ VaultHeader Vault::create(const QList<QStringList> &chosenPictures)
     if (!QDir().mkpath(m_dataDirectory) ||
         !QFile::setPermissions(m_dataDirectory,
                                QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
-        throw VaultError(QStringLiteral("Cannot create the data directory %1.").arg(m_dataDirectory));
+        throw VaultError(
+            QStringLiteral("Cannot create the data directory %1.").arg(m_dataDirectory));
     // The key goes first: a vault file must never exist without the key that opens it.
     m_deviceKeys->store(accountId, deviceKey);
     VaultFile::create(filePath(), header);
@@ -170,9 +170,8 @@ std::optional<SecureBytes> Vault::keyForSecret(const SecureBytes &secret,
     const VaultHeader &vaultHeader = header();
     SecureBytes key = VaultCipher::deriveKey(secret, vaultHeader.salt, vaultHeader.opsLimit,
                                              vaultHeader.memLimit, deviceKey);
-    const auto opened = VaultCipher::open(
-        key, {vaultHeader.verifierNonce, vaultHeader.verifier},
-        verifierAssociatedData(vaultHeader.vaultId));
+    const auto opened = VaultCipher::open(key, {vaultHeader.verifierNonce, vaultHeader.verifier},
+                                          verifierAssociatedData(vaultHeader.vaultId));
     if (!opened || *opened != verifierText)
         return std::nullopt;
     return key;
@@ -182,7 +181,9 @@ QByteArray Vault::fileStamp() const
 {
     QByteArray stamp;
     for (const QString &suffix : {QString(), QStringLiteral("-wal")}) {
-        struct stat info {};
+        struct stat info
+        {
+        };
         if (::stat(QFile::encodeName(filePath() + suffix).constData(), &info) == 0) {
             stamp += QByteArray::number(qulonglong(info.st_ino)) + ':' +
                      QByteArray::number(qlonglong(info.st_size)) + ':' +

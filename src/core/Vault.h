@@ -40,7 +40,8 @@ public:
     // Throws VaultError when the vault cannot be read or this device has no key for it.
     std::optional<SecureBytes> keyForSecret(const SecureBytes &secret);
     // The same with a given device key, to check a key before it is stored.
-    std::optional<SecureBytes> keyForSecret(const SecureBytes &secret, const SecureBytes &deviceKey);
+    std::optional<SecureBytes> keyForSecret(const SecureBytes &secret,
+                                            const SecureBytes &deviceKey);
     std::unique_ptr<VaultFile> openFile() const;
 
     DeviceKeyStore &deviceKeys() { return *m_deviceKeys; }
@@ -52,7 +53,6 @@ public:
 private:
     static QByteArray verifierAssociatedData(const QString &vaultId);
     static const QByteArray verifierText;
-
 
     QString m_dataDirectory;
     std::shared_ptr<DeviceKeyStore> m_deviceKeys;

@@ -33,8 +33,7 @@ SecureBytes VaultCipher::randomKey()
 }
 
 SecureBytes VaultCipher::deriveKey(const SecureBytes &secret, const QByteArray &salt,
-                                   quint64 opsLimit, quint64 memLimit,
-                                   const SecureBytes &deviceKey)
+                                   quint64 opsLimit, quint64 memLimit, const SecureBytes &deviceKey)
 {
     ensureSodium();
     if (salt.size() != static_cast<qsizetype>(crypto_pwhash_SALTBYTES) ||
@@ -84,8 +83,10 @@ std::optional<QByteArray> VaultCipher::open(const SecureBytes &key, const Sealed
 {
     ensureSodium();
     if (key.size() != KeySize ||
-        sealed.nonce.size() != static_cast<qsizetype>(crypto_aead_xchacha20poly1305_ietf_NPUBBYTES) ||
-        sealed.ciphertext.size() < static_cast<qsizetype>(crypto_aead_xchacha20poly1305_ietf_ABYTES))
+        sealed.nonce.size() !=
+            static_cast<qsizetype>(crypto_aead_xchacha20poly1305_ietf_NPUBBYTES) ||
+        sealed.ciphertext.size() <
+            static_cast<qsizetype>(crypto_aead_xchacha20poly1305_ietf_ABYTES))
         return std::nullopt;
     QByteArray plaintext(sealed.ciphertext.size() - crypto_aead_xchacha20poly1305_ietf_ABYTES,
                          Qt::Uninitialized);

@@ -58,8 +58,8 @@ public:
     void bind(int index, const QString &text)
     {
         const QByteArray utf8 = text.toUtf8();
-        check(sqlite3_bind_text(m_stmt, index, utf8.constData(), int(utf8.size()),
-                                SQLITE_TRANSIENT));
+        check(
+            sqlite3_bind_text(m_stmt, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT));
     }
     void bind(int index, const QByteArray &blob)
     {
@@ -86,8 +86,9 @@ public:
 
     QString text(int column) const
     {
-        return QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column)),
-                                 sqlite3_column_bytes(m_stmt, column));
+        return QString::fromUtf8(
+            reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column)),
+            sqlite3_column_bytes(m_stmt, column));
     }
     QByteArray blob(int column) const
     {
@@ -151,14 +152,22 @@ const QString memLimit = QStringLiteral("kdf_mem_limit");
 const QString verifierNonce = QStringLiteral("verifier_nonce");
 const QString verifier = QStringLiteral("verifier");
 const QString revision = QStringLiteral("revision");
-QString grid(int index) { return QStringLiteral("grid_%1").arg(index + 1); }
+QString grid(int index)
+{
+    return QStringLiteral("grid_%1").arg(index + 1);
+}
 } // namespace MetaKey
 
 } // namespace
 
-VaultFile::VaultFile(sqlite3 *db, QString path) : m_db(db), m_path(std::move(path)) {}
+VaultFile::VaultFile(sqlite3 *db, QString path) : m_db(db), m_path(std::move(path))
+{
+}
 
-VaultFile::~VaultFile() { sqlite3_close(m_db); }
+VaultFile::~VaultFile()
+{
+    sqlite3_close(m_db);
+}
 
 std::unique_ptr<VaultFile> VaultFile::open(const QString &path)
 {
@@ -200,8 +209,8 @@ VaultHeader VaultFile::readHeader(sqlite3 *db, const QString &path)
 
     const auto required = [&](const QString &key) {
         if (!meta.contains(key))
-            throw VaultError(QStringLiteral("The vault %1 is damaged (its %2 is missing).")
-                                 .arg(path, key));
+            throw VaultError(
+                QStringLiteral("The vault %1 is damaged (its %2 is missing).").arg(path, key));
         return meta.value(key);
     };
     VaultHeader header;
@@ -223,7 +232,8 @@ VaultHeader VaultFile::readHeader(sqlite3 *db, const QString &path)
         header.grids.append(QString::fromUtf8(required(MetaKey::grid(grid)))
                                 .split(QLatin1Char(','), Qt::SkipEmptyParts));
     if (header.accountId.isNull() || header.opsLimit == 0 || header.memLimit == 0)
-        throw VaultError(QStringLiteral("The vault %1 is damaged (its header is invalid).").arg(path));
+        throw VaultError(
+            QStringLiteral("The vault %1 is damaged (its header is invalid).").arg(path));
     return header;
 }
 
@@ -236,8 +246,8 @@ void VaultFile::create(const QString &path, const VaultHeader &header)
     // absent.
     const QString partial = path + QStringLiteral(".partial");
     QFile::remove(partial);
-    sqlite3 *db = openConnection(partial, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE |
-                                              SQLITE_OPEN_NOMUTEX);
+    sqlite3 *db =
+        openConnection(partial, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX);
     try {
         exec(db, "PRAGMA synchronous=FULL", partial);
         inTransaction(db, partial, [&] {

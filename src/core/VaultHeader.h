@@ -13,13 +13,13 @@ struct VaultHeader
     static constexpr int CurrentFormatVersion = 1;
 
     int formatVersion = CurrentFormatVersion;
-    QString vaultId;       // new for every vault made; a change means the vault was re-created
-    QUuid accountId;       // the account's user identifier
+    QString vaultId; // new for every vault made; a change means the vault was re-created
+    QUuid accountId; // the account's user identifier
     QByteArray salt;
     quint64 opsLimit = 0;
     quint64 memLimit = 0;
     QByteArray verifierNonce;
-    QByteArray verifier;   // a known text sealed with the vault key: the only way to check a key
+    QByteArray verifier;      // a known text sealed with the vault key: the only way to check a key
     QList<QStringList> grids; // three grids of fifteen picture names
 };
 

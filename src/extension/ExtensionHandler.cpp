@@ -33,35 +33,44 @@ void ExtensionHandler::install(ExtensionServer &server)
 void ExtensionHandler::install(ExtensionServer &server, Services services)
 {
     // Shared by the registered closures; lives as long as the server keeps them.
-    const auto handler = std::shared_ptr<ExtensionHandler>(new ExtensionHandler(std::move(services)));
-    server.registerHandler(Command::EXT_CLICKED, [handler](QWebSocket *, const MiniAppEvent &event) {
-        handler->extensionIconClicked(event);
-    });
-    server.registerHandler(Command::CREDS_SEARCH, [handler](QWebSocket *socket, const MiniAppEvent &event) {
-        handler->credentialSearch(socket, event);
-    });
-    server.registerHandler(Command::LOCK_CHECK, [handler](QWebSocket *socket, const MiniAppEvent &event) {
-        handler->lockCheck(socket, event);
-    });
+    const auto handler =
+        std::shared_ptr<ExtensionHandler>(new ExtensionHandler(std::move(services)));
+    server.registerHandler(Command::EXT_CLICKED,
+                           [handler](QWebSocket *, const MiniAppEvent &event) {
+                               handler->extensionIconClicked(event);
+                           });
+    server.registerHandler(Command::CREDS_SEARCH,
+                           [handler](QWebSocket *socket, const MiniAppEvent &event) {
+                               handler->credentialSearch(socket, event);
+                           });
+    server.registerHandler(Command::LOCK_CHECK,
+                           [handler](QWebSocket *socket, const MiniAppEvent &event) {
+                               handler->lockCheck(socket, event);
+                           });
     // Registered a second time through a thin wrapper: every lock check is answered twice.
     // Extensions in the field count on the second answer, so it stays.
     const auto lockCheckAgain = [handler](QWebSocket *socket, const MiniAppEvent &event) {
         handler->lockCheck(socket, event);
     };
     server.registerHandler(Command::LOCK_CHECK, lockCheckAgain);
-    server.registerHandler(Command::CREDS_REQUEST, [handler](QWebSocket *socket, const MiniAppEvent &event) {
-        handler->credentialRequest(socket, event);
+    server.registerHandler(Command::CREDS_REQUEST,
+                           [handler](QWebSocket *socket, const MiniAppEvent &event) {
+                               handler->credentialRequest(socket, event);
+                           });
+    server.registerHandler(
+        Command::CREDS_STORE,
+        [handler](QWebSocket *, const MiniAppEvent &event) { handler->storeCredential(event); });
+    server.registerHandler(Command::CREDS_COMMIT, [handler](QWebSocket *, const MiniAppEvent &) {
+        handler->commitCredential();
     });
-    server.registerHandler(Command::CREDS_STORE, [handler](QWebSocket *, const MiniAppEvent &event) {
-        handler->storeCredential(event);
+    server.registerHandler(Command::CREDS_ABORT, [handler](QWebSocket *, const MiniAppEvent &) {
+        handler->abortCredential();
     });
-    server.registerHandler(Command::CREDS_COMMIT,
-                           [handler](QWebSocket *, const MiniAppEvent &) { handler->commitCredential(); });
-    server.registerHandler(Command::CREDS_ABORT,
-                           [handler](QWebSocket *, const MiniAppEvent &) { handler->abortCredential(); });
 }
 
-ExtensionHandler::ExtensionHandler(Services services) : m_services(std::move(services)) {}
+ExtensionHandler::ExtensionHandler(Services services) : m_services(std::move(services))
+{
+}
 
 Locker &ExtensionHandler::locker() const
 {
@@ -116,7 +125,8 @@ void ExtensionHandler::credentialSearch(QWebSocket *socket, const MiniAppEvent &
     });
     try {
         socket->sendTextMessage(
-            SuggestEvent(search->session(), credentials, browsers().loginUUID(search->site())).toJson());
+            SuggestEvent(search->session(), credentials, browsers().loginUUID(search->site()))
+                .toJson());
         logLine(QStringLiteral("sent SUGGEST"));
     } catch (const ExtensionError &) {
         logLine(QStringLiteral("serializing suggest event failed"));
@@ -130,8 +140,9 @@ void ExtensionHandler::lockCheck(QWebSocket *socket, const MiniAppEvent &event)
         if (!check)
             throw ExtensionError(ExtensionError::Kind::eventTypeError);
         const bool locked = locker().lockState() == LockState::locked;
-        socket->sendTextMessage(LockStateEvent(check->session(), locked).toJson(
-            [this] { return locker().lockState(); }));
+        socket->sendTextMessage(LockStateEvent(check->session(), locked).toJson([this] {
+            return locker().lockState();
+        }));
     } catch (const ExtensionError &) {
         logLine(QStringLiteral("serializing lock state failed"));
     }
@@ -144,7 +155,8 @@ void ExtensionHandler::credentialRequest(QWebSocket *socket, const MiniAppEvent 
         return;
     // Uuids are unique in the vault, so the listed item with this uuid is the only one.
     std::optional<InventoryItem> found;
-    locker().runWithInventory([&](Inventory &inventory) { found = inventory.item(request->uuid()); });
+    locker().runWithInventory(
+        [&](Inventory &inventory) { found = inventory.item(request->uuid()); });
     if (!found || found->deleted()) {
         logLine(QStringLiteral("item missing for uuid-based request!"));
         return;
@@ -165,7 +177,8 @@ void ExtensionHandler::storeCredential(const MiniAppEvent &event)
     if (!store)
         return;
     // A title from the site wins over the page title the extension sends.
-    const QString title = SavePasswordController::guessTitleForSite(store->site()).value_or(store->title());
+    const QString title =
+        SavePasswordController::guessTitleForSite(store->site()).value_or(store->title());
     const InventoryItem item(title, store->username(), store->password(), store->site());
     if (item.password().isEmpty())
         return;

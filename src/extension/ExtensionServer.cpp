@@ -85,20 +85,22 @@ ExtensionServer::ExtensionServer(quint16 port, Locker &locker, BrowserController
                                  NotificationCenter &center, QObject *parent)
     : QObject(parent), m_port(port),
       m_server(QStringLiteral("Pexi"), QWebSocketServer::NonSecureMode), m_locker(locker),
-      m_browsers(browsers), m_center(center),
-      m_pexiLocked(locker.lockState() == LockState::locked)
+      m_browsers(browsers), m_center(center), m_pexiLocked(locker.lockState() == LockState::locked)
 {
     m_server.setMaxPendingConnections(MaxOpenSockets);
     connect(&m_server, &QWebSocketServer::newConnection, this, &ExtensionServer::onNewConnection);
     connect(&m_server, &QWebSocketServer::originAuthenticationRequired, this,
             &ExtensionServer::onOriginAuthentication);
-    connect(&m_server, &QWebSocketServer::serverError, this, [this](QWebSocketProtocol::CloseCode code) {
-        // A handshake refused by onOriginAuthentication() was logged there, with its reason;
-        // a failure to listen is logged by start().
-        if (code == QWebSocketProtocol::CloseCodePolicyViolated || !m_server.isListening())
-            return;
-        logLine(QStringLiteral("socket server failed with error '%1'").arg(m_server.errorString()));
-    });
+    connect(
+        &m_server, &QWebSocketServer::serverError, this,
+        [this](QWebSocketProtocol::CloseCode code) {
+            // A handshake refused by onOriginAuthentication() was logged there, with its reason;
+            // a failure to listen is logged by start().
+            if (code == QWebSocketProtocol::CloseCodePolicyViolated || !m_server.isListening())
+                return;
+            logLine(
+                QStringLiteral("socket server failed with error '%1'").arg(m_server.errorString()));
+        });
 }
 
 ExtensionServer::~ExtensionServer()
@@ -116,10 +118,12 @@ bool ExtensionServer::start()
         logLine(QStringLiteral("socket server failed with error '%1'").arg(m_server.errorString()));
         return false;
     }
-    m_pexiUnlockObserver = m_center.addObserver(Locker::PexiUnlockedNotification, &m_locker,
-                                                [this](const QString &, const void *) { pushLockState(); });
-    m_pexiLockObserver = m_center.addObserver(Locker::PexiLockedNotification, &m_locker,
-                                              [this](const QString &, const void *) { pushLockState(); });
+    m_pexiUnlockObserver =
+        m_center.addObserver(Locker::PexiUnlockedNotification, &m_locker,
+                             [this](const QString &, const void *) { pushLockState(); });
+    m_pexiLockObserver =
+        m_center.addObserver(Locker::PexiLockedNotification, &m_locker,
+                             [this](const QString &, const void *) { pushLockState(); });
     return true;
 }
 
@@ -153,7 +157,8 @@ void ExtensionServer::pushLockState()
 {
     m_pexiLocked = false;
     try {
-        broadcast(LockStateEvent(std::nullopt, false).toJson([this] { return m_locker.lockState(); }));
+        broadcast(
+            LockStateEvent(std::nullopt, false).toJson([this] { return m_locker.lockState(); }));
     } catch (const ExtensionError &) {
         // A push that cannot be written is dropped; the next lock change sends a fresh one.
     }
@@ -187,8 +192,10 @@ void ExtensionServer::onNewConnection()
         // A close frame went one way or the other; without one the peer simply vanished.
         connect(socket, &QWebSocket::aboutToClose, this,
                 [socket] { socket->setProperty(closingHandshakeProperty, true); });
-        connect(socket, &QWebSocket::disconnected, this, [this, socket] { onDisconnected(socket); });
-        connect(socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this, [this, socket] { onSocketError(socket); });
+        connect(socket, &QWebSocket::disconnected, this,
+                [this, socket] { onDisconnected(socket); });
+        connect(socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this,
+                [this, socket] { onSocketError(socket); });
     }
 }
 

@@ -29,7 +29,9 @@ TerminationSignals::TerminationSignals(QObject *parent) : QObject(parent)
         [[maybe_unused]] const ssize_t read = ::read(signalPipe[0], &byte, 1);
         Q_EMIT terminationRequested();
     });
-    struct sigaction action {};
+    struct sigaction action
+    {
+    };
     action.sa_handler = onSignal;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;

@@ -84,9 +84,11 @@ private Q_SLOTS:
         QFETCH(QList<InventoryItem>, items);
         QFETCH(QStringList, expected);
         seed(items);
-        withInventory([&](Inventory &inventory) { QCOMPARE(titles(inventory.itemList()), expected); });
+        withInventory(
+            [&](Inventory &inventory) { QCOMPARE(titles(inventory.itemList()), expected); });
         relock();
-        withInventory([&](Inventory &inventory) { QCOMPARE(titles(inventory.itemList()), expected); });
+        withInventory(
+            [&](Inventory &inventory) { QCOMPARE(titles(inventory.itemList()), expected); });
     }
 
     void search_data()
@@ -109,7 +111,8 @@ private Q_SLOTS:
         seed({item("Mailbox", "1", "ann@example.com"), item("Gmail", "2", "bob", "mail.google.com"),
               item("Bank", "3", "ann@bank", "https://bank.example/login"), item("Café", "4"),
               InventoryItem("Old account", {}, "p", {}, {}, {}, "5", true)});
-        withInventory([&](Inventory &inventory) { QCOMPARE(titles(inventory.search(query)), expected); });
+        withInventory(
+            [&](Inventory &inventory) { QCOMPARE(titles(inventory.search(query)), expected); });
     }
 
     void containsLogin_data()
@@ -118,13 +121,27 @@ private Q_SLOTS:
         QTest::addColumn<QString>("site");
         QTest::addColumn<QString>("password");
         QTest::addColumn<bool>("expected");
-        QTest::newRow("identical") << "ann" << "shop.example.com" << "pw" << true;
-        QTest::newRow("same host as url") << "ann" << "https://SHOP.example.com/login" << "pw" << true;
-        QTest::newRow("other password") << "ann" << "shop.example.com" << "pw2" << false;
-        QTest::newRow("other username") << "bob" << "shop.example.com" << "pw" << false;
-        QTest::newRow("other host, same domain") << "ann" << "www.example.com" << "pw" << false;
-        QTest::newRow("no username matches empty") << "" << "nouser.example" << "pw" << true;
-        QTest::newRow("deleted item ignored") << "gone" << "shop.example.com" << "pw" << false;
+        QTest::newRow("identical") << "ann"
+                                   << "shop.example.com"
+                                   << "pw" << true;
+        QTest::newRow("same host as url") << "ann"
+                                          << "https://SHOP.example.com/login"
+                                          << "pw" << true;
+        QTest::newRow("other password") << "ann"
+                                        << "shop.example.com"
+                                        << "pw2" << false;
+        QTest::newRow("other username") << "bob"
+                                        << "shop.example.com"
+                                        << "pw" << false;
+        QTest::newRow("other host, same domain") << "ann"
+                                                 << "www.example.com"
+                                                 << "pw" << false;
+        QTest::newRow("no username matches empty") << ""
+                                                   << "nouser.example"
+                                                   << "pw" << true;
+        QTest::newRow("deleted item ignored") << "gone"
+                                              << "shop.example.com"
+                                              << "pw" << false;
     }
 
     void containsLogin()
@@ -192,7 +209,8 @@ private Q_SLOTS:
         withInventory([](Inventory &inventory) {
             QCOMPARE(titles(inventory.itemList()), QStringList{"Keep"});
             QVERIFY(inventory.search("drop").isEmpty());
-            QVERIFY(inventory.itemsMatchingHost(pexi::HostnameInfo::fromString("drop.example")).isEmpty());
+            QVERIFY(inventory.itemsMatchingHost(pexi::HostnameInfo::fromString("drop.example"))
+                        .isEmpty());
             const auto tombstone = inventory.item("2");
             QVERIFY(tombstone && tombstone->deleted());
             QCOMPARE(inventory.count(), 1);
@@ -213,12 +231,15 @@ private Q_SLOTS:
     void itemsMatchingHostAgreesWithMatches()
     {
         QFETCH(QString, query);
-        const QList<InventoryItem> items{
-            item("b shop", "1", {}, "shop.example.com"), item("a shop", "2", {}, "https://login.shop.example.com"),
-            item("bbc", "3", {}, "bbc.co.uk"), item("other uk", "4", {}, "itv.co.uk"),
-            item("router", "5", {}, "192.168.1.1"), item("other ip", "6", {}, "192.168.1.2"),
-            item("dev", "7", {}, "http://localhost:3000"), item("no site", "8"),
-            item("not a host", "9", {}, "exa mple")};
+        const QList<InventoryItem> items{item("b shop", "1", {}, "shop.example.com"),
+                                         item("a shop", "2", {}, "https://login.shop.example.com"),
+                                         item("bbc", "3", {}, "bbc.co.uk"),
+                                         item("other uk", "4", {}, "itv.co.uk"),
+                                         item("router", "5", {}, "192.168.1.1"),
+                                         item("other ip", "6", {}, "192.168.1.2"),
+                                         item("dev", "7", {}, "http://localhost:3000"),
+                                         item("no site", "8"),
+                                         item("not a host", "9", {}, "exa mple")};
         seed(items);
         const auto host = pexi::HostnameInfo::fromString(query);
         withInventory([&](Inventory &inventory) {
@@ -241,8 +262,12 @@ private Q_SLOTS:
             InventoryItem moved = *inventory.item("1");
             moved.setSite(QStringLiteral("store.example.org"));
             inventory.upsert(moved);
-            QVERIFY(inventory.itemsMatchingHost(pexi::HostnameInfo::fromString("shop.example.com")).isEmpty());
-            QCOMPARE(inventory.itemsMatchingHost(pexi::HostnameInfo::fromString("store.example.org")).size(), 1);
+            QVERIFY(inventory.itemsMatchingHost(pexi::HostnameInfo::fromString("shop.example.com"))
+                        .isEmpty());
+            QCOMPARE(
+                inventory.itemsMatchingHost(pexi::HostnameInfo::fromString("store.example.org"))
+                    .size(),
+                1);
         });
     }
 };

@@ -15,10 +15,11 @@ private Q_SLOTS:
     {
         const InventoryItem a(QStringLiteral("Mail"));
         const InventoryItem b(QStringLiteral("Mail"));
-        QVERIFY(QRegularExpression(QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-"
-                                                  "[0-9A-F]{12}$"))
-                    .match(a.uuid())
-                    .hasMatch());
+        QVERIFY(
+            QRegularExpression(QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-"
+                                              "[0-9A-F]{12}$"))
+                .match(a.uuid())
+                .hasMatch());
         QVERIFY(a.uuid() != b.uuid());
         const QDateTime stamped = QDateTime::fromString(a.timestamp(), Qt::ISODateWithMs);
         QVERIFY(stamped.isValid());
@@ -37,11 +38,10 @@ private Q_SLOTS:
         QTest::newRow("no username, no site") << InventoryItem(QStringLiteral("Bank"), {}, "pw");
         QTest::newRow("empty username and site")
             << InventoryItem(QStringLiteral("Bank"), QString(), "pw", QString());
-        QTest::newRow("all fields") << InventoryItem(QStringLiteral("Bank"), QStringLiteral("ann"),
-                                                     QStringLiteral("p\"w\\\n\t"),
-                                                     QStringLiteral("bank.example"), fields,
-                                                     QStringLiteral("2026-01-02T03:04:05.006Z"),
-                                                     QStringLiteral("ABC"), true);
+        QTest::newRow("all fields") << InventoryItem(
+            QStringLiteral("Bank"), QStringLiteral("ann"), QStringLiteral("p\"w\\\n\t"),
+            QStringLiteral("bank.example"), fields, QStringLiteral("2026-01-02T03:04:05.006Z"),
+            QStringLiteral("ABC"), true);
         QTest::newRow("unicode and spaces kept")
             << InventoryItem(QStringLiteral(" Café ☕ "), QStringLiteral(" ünï "),
                              QStringLiteral("  pässwörd  "), QStringLiteral("bücher.de"));

@@ -9,8 +9,8 @@
 
 using pexi::Inventory;
 using pexi::InventoryItem;
-using pexi::LockState;
 using pexi::Locker;
+using pexi::LockState;
 
 class TestLocker : public QObject
 {
@@ -85,7 +85,8 @@ private Q_SLOTS:
             return [&into](const QString &name, const void *) { into.append(name); };
         };
         auto &center = v.center;
-        const auto lockedToken = center.addObserver(Locker::PexiLockedNotification, &v.locker, record(fromLocker));
+        const auto lockedToken =
+            center.addObserver(Locker::PexiLockedNotification, &v.locker, record(fromLocker));
         center.addObserver(Locker::PexiUnlockedNotification, &v.locker, record(fromLocker));
         center.addObserver(Locker::PexiLockedNotification, nullptr, record(fromAnyone));
         center.addObserver(Locker::PexiLockedNotification, &otherObject, record(fromOther));
@@ -94,7 +95,8 @@ private Q_SLOTS:
         QVERIFY(v.unlock()); // already open: no second notification
         v.locker.lock();
         v.locker.lock(); // already locked: none either
-        QCOMPARE(fromLocker, (QStringList{Locker::PexiUnlockedNotification, Locker::PexiLockedNotification}));
+        QCOMPARE(fromLocker,
+                 (QStringList{Locker::PexiUnlockedNotification, Locker::PexiLockedNotification}));
         QCOMPARE(fromAnyone, QStringList{Locker::PexiLockedNotification});
         QVERIFY(fromOther.isEmpty());
 
@@ -109,7 +111,8 @@ private Q_SLOTS:
     {
         pexi::NotificationCenter center;
         QThread *ranOn = nullptr;
-        center.addObserver("n", nullptr, [&](const QString &, const void *) { ranOn = QThread::currentThread(); });
+        center.addObserver(
+            "n", nullptr, [&](const QString &, const void *) { ranOn = QThread::currentThread(); });
         QThread *poster = QThread::create([&] { center.post("n", nullptr); });
         poster->start();
         QVERIFY(poster->wait(5000));
@@ -129,7 +132,8 @@ private Q_SLOTS:
         sync.setRemoteStoreChangedHandler([&] { ++storeChanged; });
         sync.start();
 
-        v.locker.runWithInventory([](Inventory &inventory) { inventory.upsert(InventoryItem("Mine", {}, "p")); });
+        v.locker.runWithInventory(
+            [](Inventory &inventory) { inventory.upsert(InventoryItem("Mine", {}, "p")); });
         sync.checkNow();
         QCOMPARE(updated, 0); // our own write is not news
 
@@ -138,8 +142,8 @@ private Q_SLOTS:
         environment.insert("XDG_CONFIG_HOME", v.dir.path() + "/unused");
         environment.insert("PEXI_RECALL", recallLetters(v));
         tool.setProcessEnvironment(environment);
-        tool.start(PEXI_BIN_DIR "/pexi-vault", {"--data-dir", v.vault.dataDirectory(), "add",
-                                                "--title", "From CLI"});
+        tool.start(PEXI_BIN_DIR "/pexi-vault",
+                   {"--data-dir", v.vault.dataDirectory(), "add", "--title", "From CLI"});
         QVERIFY(tool.waitForStarted());
         tool.write("typed\n");
         tool.closeWriteChannel();
@@ -152,8 +156,8 @@ private Q_SLOTS:
         QDir().mkpath(v.dir.path() + "/config/pexi");
         QVERIFY(QFile::link(v.dir.path() + "/keys", v.dir.path() + "/config/pexi/device-keys"));
         tool.setProcessEnvironment(environment);
-        tool.start(PEXI_BIN_DIR "/pexi-vault", {"--data-dir", v.vault.dataDirectory(), "add",
-                                                "--title", "From CLI"});
+        tool.start(PEXI_BIN_DIR "/pexi-vault",
+                   {"--data-dir", v.vault.dataDirectory(), "add", "--title", "From CLI"});
         tool.write("typed\n");
         tool.closeWriteChannel();
         QVERIFY(tool.waitForFinished(30000));

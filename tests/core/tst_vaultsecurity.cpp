@@ -52,7 +52,8 @@ private Q_SLOTS:
         v.locker.lock();
         const QByteArray bytes = readAll(v.vault.filePath()) + readAll(v.vault.filePath() + "-wal");
         QVERIFY(bytes.size() > 0);
-        for (const char *marker : {"TitleMarkerQX", "UserMarkerQX", "PasswordMarkerQX", "sitemarkerqx"}) {
+        for (const char *marker :
+             {"TitleMarkerQX", "UserMarkerQX", "PasswordMarkerQX", "sitemarkerqx"}) {
             QVERIFY2(!bytes.contains(marker), marker);
             QVERIFY2(!bytes.contains(QString::fromLatin1(marker).toUtf8().toBase64()), marker);
         }
@@ -66,7 +67,8 @@ private Q_SLOTS:
         QCOMPARE(QFile::permissions(v.vault.dataDirectory()) & 0x0077, QFile::Permissions());
         QCOMPARE(QFile::permissions(v.vault.filePath()),
                  QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser);
-        const QString keyFile = v.keys->describeLocation(v.account.userIdentifier()->toString(QUuid::WithoutBraces));
+        const QString keyFile =
+            v.keys->describeLocation(v.account.userIdentifier()->toString(QUuid::WithoutBraces));
         QCOMPARE(QFile::permissions(keyFile) & 0x0077, QFile::Permissions());
     }
 
@@ -96,7 +98,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("tampering");
         QTest::addColumn<QStringList>("refused");
         QTest::newRow("flipped ciphertext byte")
-            << "UPDATE items SET ciphertext = CAST(X'00' AS BLOB) || substr(ciphertext, 2) WHERE uuid = 'B'"
+            << "UPDATE items SET ciphertext = CAST(X'00' AS BLOB) || substr(ciphertext, 2) WHERE "
+               "uuid = 'B'"
             << QStringList{"B"};
         QTest::newRow("nonce replaced")
             << "UPDATE items SET nonce = zeroblob(24) WHERE uuid = 'A'" << QStringList{"A"};
@@ -117,7 +120,8 @@ private Q_SLOTS:
         QVERIFY(v.unlock());
         v.locker.runWithInventory([](Inventory &inventory) {
             for (const char *uuid : {"A", "B", "C"})
-                inventory.upsert(InventoryItem(QString("Item ") + uuid, {}, "pw", {}, {}, {}, uuid));
+                inventory.upsert(
+                    InventoryItem(QString("Item ") + uuid, {}, "pw", {}, {}, {}, uuid));
         });
         v.locker.lock();
         execSql(v.vault.filePath(), tampering);
@@ -134,12 +138,18 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("damage");
         QTest::addColumn<QString>("message");
-        QTest::newRow("text file") << "text" << "is not a vault";
-        QTest::newRow("empty file") << "empty" << "is not a vault";
-        QTest::newRow("other sqlite database") << "foreign" << "is not a vault";
-        QTest::newRow("truncated") << "truncate" << "damaged";
-        QTest::newRow("future format") << "version" << "format version 99";
-        QTest::newRow("header row missing") << "nosalt" << "damaged";
+        QTest::newRow("text file") << "text"
+                                   << "is not a vault";
+        QTest::newRow("empty file") << "empty"
+                                    << "is not a vault";
+        QTest::newRow("other sqlite database") << "foreign"
+                                               << "is not a vault";
+        QTest::newRow("truncated") << "truncate"
+                                   << "damaged";
+        QTest::newRow("future format") << "version"
+                                       << "format version 99";
+        QTest::newRow("header row missing") << "nosalt"
+                                            << "damaged";
     }
 
     void unreadableFilesGiveClearErrors()
@@ -193,10 +203,13 @@ private Q_SLOTS:
     {
         QTest::addColumn<QList<QStringList>>("pictures");
         const QStringList n = pexi::PictureLibrary::names();
-        QTest::newRow("unknown picture") << QList<QStringList>{{n[0], n[1], "no-such-picture"}, n.mid(3, 3), n.mid(6, 3)};
-        QTest::newRow("picture twice") << QList<QStringList>{n.mid(0, 3), {n[0], n[4], n[5]}, n.mid(6, 3)};
+        QTest::newRow("unknown picture")
+            << QList<QStringList>{{n[0], n[1], "no-such-picture"}, n.mid(3, 3), n.mid(6, 3)};
+        QTest::newRow("picture twice")
+            << QList<QStringList>{n.mid(0, 3), {n[0], n[4], n[5]}, n.mid(6, 3)};
         QTest::newRow("two grids") << QList<QStringList>{n.mid(0, 3), n.mid(3, 3)};
-        QTest::newRow("four in a grid") << QList<QStringList>{n.mid(0, 4), n.mid(4, 3), n.mid(7, 3)};
+        QTest::newRow("four in a grid")
+            << QList<QStringList>{n.mid(0, 4), n.mid(4, 3), n.mid(7, 3)};
     }
 
     void creationRules()

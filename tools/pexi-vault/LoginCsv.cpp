@@ -98,7 +98,8 @@ QList<QStringList> LoginCsv::records(const QString &text, QList<int> *rows)
         if (c == QLatin1Char(',')) {
             endValue();
         } else if (c == QLatin1Char('\n') || c == QLatin1Char('\r')) {
-            if (c == QLatin1Char('\r') && i + 1 < text.size() && text.at(i + 1) == QLatin1Char('\n'))
+            if (c == QLatin1Char('\r') && i + 1 < text.size() &&
+                text.at(i + 1) == QLatin1Char('\n'))
                 ++i;
             endRecord();
             recordLine = ++line;

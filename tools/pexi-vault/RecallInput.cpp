@@ -15,7 +15,8 @@ QList<QList<int>> RecallInput::parse(const QString &letters)
     static const QRegularExpression separators(QStringLiteral("[\\s,]+"));
     const QStringList groups = letters.trimmed().split(separators, Qt::SkipEmptyParts);
     if (groups.size() != 3)
-        throw RecallInputError("expected three groups of letters, one per grid, like \"ACE BDF GHK\"");
+        throw RecallInputError(
+            "expected three groups of letters, one per grid, like \"ACE BDF GHK\"");
     QList<QList<int>> picked;
     for (const QString &group : groups) {
         QList<int> indices;

@@ -74,7 +74,9 @@ QList<QStringList> groupsOfThree(const QStringList &names)
 
 } // namespace
 
-VaultTool::VaultTool(QTextStream &out, QTextStream &err) : m_out(out), m_err(err) {}
+VaultTool::VaultTool(QTextStream &out, QTextStream &err) : m_out(out), m_err(err)
+{
+}
 
 VaultTool::~VaultTool() = default;
 
@@ -98,7 +100,8 @@ int VaultTool::run(QStringList arguments)
         const QString command = arguments.takeFirst();
         const auto noArguments = [&] {
             if (!arguments.isEmpty())
-                throw UsageError(("unexpected argument \"" + arguments.first() + "\"").toStdString());
+                throw UsageError(
+                    ("unexpected argument \"" + arguments.first() + "\"").toStdString());
         };
         try {
             if (command == QLatin1String("pictures")) {
@@ -158,7 +161,8 @@ void VaultTool::init(const QStringList &arguments)
         for (int i = 0; i < 9; ++i)
             names.append(pool.takeAt(int(randombytes_uniform(quint32(pool.size())))));
     } else {
-        for (const QString &name : values.value(QStringLiteral("--pictures")).split(QLatin1Char(',')))
+        for (const QString &name :
+             values.value(QStringLiteral("--pictures")).split(QLatin1Char(',')))
             names.append(name.trimmed().toLower());
         if (names.size() != 9)
             throw ToolError(QStringLiteral("--pictures needs nine names, three per grid; got %1")
@@ -201,7 +205,8 @@ void VaultTool::grids()
     requireVault();
     const QList<ImageGrid> all = GridLibrary(*m_vault).grids();
     if (all.size() != 3)
-        throw ToolError(QStringLiteral("the vault's grids name pictures this program does not have"));
+        throw ToolError(
+            QStringLiteral("the vault's grids name pictures this program does not have"));
     for (int grid = 0; grid < all.size(); ++grid) {
         for (int index = 0; index < ImageGrid::PictureCount; ++index)
             m_out << grid + 1 << " " << RecallInput::letterFor(index) << " "
@@ -228,8 +233,8 @@ void VaultTool::list()
     unlock();
     m_locker->runWithInventory([this](Inventory &inventory) {
         for (const InventoryItem &item : inventory.itemList())
-            m_out << flat(item.title()) << "\t" << flat(item.username().value_or(QString()))
-                  << "\t" << flat(item.site().value_or(QString())) << "\n";
+            m_out << flat(item.title()) << "\t" << flat(item.username().value_or(QString())) << "\t"
+                  << flat(item.site().value_or(QString())) << "\n";
     });
 }
 
@@ -317,8 +322,8 @@ void VaultTool::exportDeviceKey()
     requireVault();
     const std::optional<SecureBytes> key = m_vault->deviceKey();
     if (!key)
-        throw ToolError(QStringLiteral("this device has no key for the vault at %1")
-                            .arg(m_vault->filePath()));
+        throw ToolError(
+            QStringLiteral("this device has no key for the vault at %1").arg(m_vault->filePath()));
     m_out << DeviceKeyStore::encode(*key) << "\n";
 }
 
