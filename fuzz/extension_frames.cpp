@@ -18,6 +18,7 @@
 #include "extension/ExtensionServer.h"
 #include "platform/BrowserLauncher.h"
 #include "platform/UserNotificationCenter.h"
+#include "support/DesktopDoubles.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -39,31 +40,6 @@ namespace {
 constexpr int maxFrames = 8;
 // Captured logins that the fuzzer manages to save are dropped again beyond this many.
 constexpr int maxSavedItems = 64;
-
-class QuietLauncher : public BrowserLauncher
-{
-public:
-    bool openUrl(const QUrl &, const QString &) override { return true; }
-    bool openWithDefaultHandler(const QUrl &) override { return true; }
-    bool isInstalled(const QString &) const override { return false; }
-};
-
-class QuietWindow : public Window
-{
-public:
-    void showAt(QPointF) override {}
-    void showAt(QPointF, const InventoryItem &) override {}
-};
-
-class QuietNotificationCenter : public UserNotificationCenter
-{
-public:
-    NotificationId deliverNotification(const UserNotification &) override { return ++m_last; }
-    void removeDeliveredNotification(NotificationId) override {}
-
-private:
-    NotificationId m_last = 0;
-};
 
 QString scratchRoot()
 {
@@ -143,10 +119,10 @@ struct Bridge
     EncryptionService encryption;
     NotificationCenter center;
     Locker locker;
-    QuietLauncher launcher;
+    NullLauncher launcher;
     BrowserController browsers;
-    QuietWindow window;
-    QuietNotificationCenter notifications;
+    NullWindow window;
+    NullNotificationCenter notifications;
     Preferences preferences;
     std::unique_ptr<SavePasswordController> capture;
     ExtensionServer server;

@@ -25,6 +25,7 @@
 #include "extension/ExtensionHandler.h"
 #include "extension/ExtensionServer.h"
 #include "platform/BrowserLauncher.h"
+#include "support/DesktopDoubles.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -593,21 +594,6 @@ private:
     Clock::time_point m_started;
 };
 
-class QuietLauncher : public BrowserLauncher
-{
-public:
-    bool openUrl(const QUrl &, const QString &) override { return true; }
-    bool openWithDefaultHandler(const QUrl &) override { return true; }
-    bool isInstalled(const QString &) const override { return false; }
-};
-
-class QuietWindow : public Window
-{
-public:
-    void showAt(QPointF) override {}
-    void showAt(QPointF, const InventoryItem &) override {}
-};
-
 // The worker's server and handlers over an unlocked vault of `items` logins, on a thread of
 // this process pinned to `cpu`. Every site is shared by ten items, so a search finds ten.
 class InProcessServer
@@ -685,9 +671,9 @@ private:
     EncryptionService m_encryption;
     NotificationCenter m_center;
     Locker m_locker;
-    QuietLauncher m_launcher;
+    NullLauncher m_launcher;
     BrowserController m_browsers;
-    QuietWindow m_window;
+    NullWindow m_window;
     std::unique_ptr<SavePasswordController> m_capture;
     QThread m_thread;
     QObject m_context;

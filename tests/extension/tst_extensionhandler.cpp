@@ -10,6 +10,7 @@
 #include "extension/ExtensionServer.h"
 #include "platform/BrowserLauncher.h"
 #include "platform/UserNotificationCenter.h"
+#include "support/DesktopDoubles.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -27,14 +28,6 @@ namespace {
 
 constexpr int waitMs = 10000;
 const QPointF mouse(640.5, 12.25);
-
-class NullLauncher : public BrowserLauncher
-{
-public:
-    bool openUrl(const QUrl &, const QString &) override { return true; }
-    bool openWithDefaultHandler(const QUrl &) override { return true; }
-    bool isInstalled(const QString &) const override { return false; }
-};
 
 class RecordingWindow : public Window
 {

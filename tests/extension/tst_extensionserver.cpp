@@ -7,6 +7,7 @@
 #include "extension/LockCheckEvent.h"
 #include "extension/SearchEvent.h"
 #include "platform/BrowserLauncher.h"
+#include "support/DesktopDoubles.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -22,14 +23,6 @@ using namespace pexi;
 namespace {
 
 constexpr int waitMs = 10000;
-
-class NullLauncher : public BrowserLauncher
-{
-public:
-    bool openUrl(const QUrl &, const QString &) override { return true; }
-    bool openWithDefaultHandler(const QUrl &) override { return true; }
-    bool isInstalled(const QString &) const override { return false; }
-};
 
 // One extension's end of a connection: a real WebSocket on loopback that keeps what it hears.
 class Client
