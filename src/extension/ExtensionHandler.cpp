@@ -17,9 +17,9 @@
 #include "extension/SearchEvent.h"
 #include "extension/StoreEvent.h"
 #include "extension/SuggestEvent.h"
+#include "websocket/WebSocket.h"
 
 #include <QCursor>
-#include <QWebSocket>
 
 #include <memory>
 
@@ -35,35 +35,34 @@ void ExtensionHandler::install(ExtensionServer &server, Services services)
     // Shared by the registered closures; lives as long as the server keeps them.
     const auto handler =
         std::shared_ptr<ExtensionHandler>(new ExtensionHandler(std::move(services)));
-    server.registerHandler(Command::EXT_CLICKED,
-                           [handler](QWebSocket *, const MiniAppEvent &event) {
-                               handler->extensionIconClicked(event);
-                           });
+    server.registerHandler(Command::EXT_CLICKED, [handler](WebSocket *, const MiniAppEvent &event) {
+        handler->extensionIconClicked(event);
+    });
     server.registerHandler(Command::CREDS_SEARCH,
-                           [handler](QWebSocket *socket, const MiniAppEvent &event) {
+                           [handler](WebSocket *socket, const MiniAppEvent &event) {
                                handler->credentialSearch(socket, event);
                            });
     server.registerHandler(Command::LOCK_CHECK,
-                           [handler](QWebSocket *socket, const MiniAppEvent &event) {
+                           [handler](WebSocket *socket, const MiniAppEvent &event) {
                                handler->lockCheck(socket, event);
                            });
     // Registered a second time through a thin wrapper: every lock check is answered twice.
     // Extensions in the field count on the second answer, so it stays.
-    const auto lockCheckAgain = [handler](QWebSocket *socket, const MiniAppEvent &event) {
+    const auto lockCheckAgain = [handler](WebSocket *socket, const MiniAppEvent &event) {
         handler->lockCheck(socket, event);
     };
     server.registerHandler(Command::LOCK_CHECK, lockCheckAgain);
     server.registerHandler(Command::CREDS_REQUEST,
-                           [handler](QWebSocket *socket, const MiniAppEvent &event) {
+                           [handler](WebSocket *socket, const MiniAppEvent &event) {
                                handler->credentialRequest(socket, event);
                            });
-    server.registerHandler(
-        Command::CREDS_STORE,
-        [handler](QWebSocket *, const MiniAppEvent &event) { handler->storeCredential(event); });
-    server.registerHandler(Command::CREDS_COMMIT, [handler](QWebSocket *, const MiniAppEvent &) {
+    server.registerHandler(Command::CREDS_STORE, [handler](WebSocket *, const MiniAppEvent &event) {
+        handler->storeCredential(event);
+    });
+    server.registerHandler(Command::CREDS_COMMIT, [handler](WebSocket *, const MiniAppEvent &) {
         handler->commitCredential();
     });
-    server.registerHandler(Command::CREDS_ABORT, [handler](QWebSocket *, const MiniAppEvent &) {
+    server.registerHandler(Command::CREDS_ABORT, [handler](WebSocket *, const MiniAppEvent &) {
         handler->abortCredential();
     });
 }
@@ -100,7 +99,7 @@ void ExtensionHandler::extensionIconClicked(const MiniAppEvent &event)
     window().showAt(point);
 }
 
-void ExtensionHandler::credentialSearch(QWebSocket *socket, const MiniAppEvent &event)
+void ExtensionHandler::credentialSearch(WebSocket *socket, const MiniAppEvent &event)
 {
     const auto *search = dynamic_cast<const SearchEvent *>(&event);
     if (!search)
@@ -133,7 +132,7 @@ void ExtensionHandler::credentialSearch(QWebSocket *socket, const MiniAppEvent &
     }
 }
 
-void ExtensionHandler::lockCheck(QWebSocket *socket, const MiniAppEvent &event)
+void ExtensionHandler::lockCheck(WebSocket *socket, const MiniAppEvent &event)
 {
     const auto *check = dynamic_cast<const LockCheckEvent *>(&event);
     try {
@@ -148,7 +147,7 @@ void ExtensionHandler::lockCheck(QWebSocket *socket, const MiniAppEvent &event)
     }
 }
 
-void ExtensionHandler::credentialRequest(QWebSocket *socket, const MiniAppEvent &event)
+void ExtensionHandler::credentialRequest(WebSocket *socket, const MiniAppEvent &event)
 {
     const auto *request = dynamic_cast<const RequestEvent *>(&event);
     if (!request)

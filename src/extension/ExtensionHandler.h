@@ -4,8 +4,6 @@
 
 #include <QPointF>
 
-class QWebSocket;
-
 namespace pexi {
 
 class BrowserController;
@@ -13,6 +11,7 @@ class ExtensionServer;
 class Locker;
 class MiniAppEvent;
 class SavePasswordController;
+class WebSocket;
 class Window;
 
 // Answers the extensions' commands. install() registers one handler per command on the server;
@@ -39,9 +38,9 @@ private:
     explicit ExtensionHandler(Services services);
 
     void extensionIconClicked(const MiniAppEvent &event);
-    void credentialSearch(QWebSocket *socket, const MiniAppEvent &event);
-    void lockCheck(QWebSocket *socket, const MiniAppEvent &event);
-    void credentialRequest(QWebSocket *socket, const MiniAppEvent &event);
+    void credentialSearch(WebSocket *socket, const MiniAppEvent &event);
+    void lockCheck(WebSocket *socket, const MiniAppEvent &event);
+    void credentialRequest(WebSocket *socket, const MiniAppEvent &event);
     void storeCredential(const MiniAppEvent &event);
     void commitCredential();
     void abortCredential();

@@ -16,8 +16,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QUrl>
-#include <QWebSocket>
-#include <QWebSocketCorsAuthenticator>
 
 #include <memory>
 
@@ -63,8 +61,6 @@ bool isWebPageOrigin(const QString &origin)
            scheme == QLatin1String("file");
 }
 
-const char *const closingHandshakeProperty = "pexiClosingHandshake";
-
 quint16 portFromEnvironment()
 {
     bool ok = false;
@@ -84,32 +80,19 @@ ExtensionServer &ExtensionServer::instance()
 ExtensionServer::ExtensionServer(quint16 port, Locker &locker, BrowserController &browsers,
                                  NotificationCenter &center, QObject *parent)
     : QObject(parent), m_port(port),
-      m_server(QStringLiteral("Pexi"), QWebSocketServer::NonSecureMode), m_locker(locker),
-      m_browsers(browsers), m_center(center), m_pexiLocked(locker.lockState() == LockState::locked)
+      m_server(MaxMessageBytes, [this](const auto &request) { return admit(request); }),
+      m_locker(locker), m_browsers(browsers), m_center(center),
+      m_pexiLocked(locker.lockState() == LockState::locked)
 {
-    m_server.setMaxPendingConnections(MaxOpenSockets);
-    connect(&m_server, &QWebSocketServer::newConnection, this, &ExtensionServer::onNewConnection);
-    connect(&m_server, &QWebSocketServer::originAuthenticationRequired, this,
-            &ExtensionServer::onOriginAuthentication);
-    connect(
-        &m_server, &QWebSocketServer::serverError, this,
-        [this](QWebSocketProtocol::CloseCode code) {
-            // A handshake refused by onOriginAuthentication() was logged there, with its reason;
-            // a failure to listen is logged by start().
-            if (code == QWebSocketProtocol::CloseCodePolicyViolated || !m_server.isListening())
-                return;
-            logLine(
-                QStringLiteral("socket server failed with error '%1'").arg(m_server.errorString()));
-        });
+    connect(&m_server, &WebSocketServer::newConnection, this, &ExtensionServer::onNewConnection);
+    connect(&m_server, &WebSocketServer::acceptError, this, [](const QString &error) {
+        logLine(QStringLiteral("socket server failed with error '%1'").arg(error));
+    });
 }
 
 ExtensionServer::~ExtensionServer()
 {
     stop();
-    // The sockets' TCP ends are children of the listening server, a member destroyed before
-    // this object's children: their last state change must not reach a half-destroyed server.
-    for (QWebSocket *socket : findChildren<QWebSocket *>(Qt::FindDirectChildrenOnly))
-        socket->disconnect(this);
 }
 
 bool ExtensionServer::start()
@@ -144,7 +127,7 @@ quint16 ExtensionServer::port() const
 
 void ExtensionServer::broadcast(const QString &text)
 {
-    for (QWebSocket *socket : std::as_const(m_openWebSockets))
+    for (WebSocket *socket : std::as_const(m_openWebSockets))
         socket->sendTextMessage(text);
 }
 
@@ -164,80 +147,52 @@ void ExtensionServer::pushLockState()
     }
 }
 
-void ExtensionServer::onOriginAuthentication(QWebSocketCorsAuthenticator *authenticator)
+int ExtensionServer::admit(const WebSocketHandshake::Request &request)
 {
-    const QString origin = authenticator->origin();
-    if (!origin.isEmpty() && isWebPageOrigin(origin)) {
-        logLine(QStringLiteral("refused connection from origin '%1'").arg(origin));
-        authenticator->setAllowed(false);
-    } else if (m_openWebSockets.size() >= MaxOpenSockets) {
+    if (request.origin && isWebPageOrigin(*request.origin)) {
+        logLine(QStringLiteral("refused connection from origin '%1'").arg(*request.origin));
+        return 403;
+    }
+    if (m_openWebSockets.size() >= MaxOpenSockets) {
         logLine(QStringLiteral("refused connection: %1 sockets already open").arg(MaxOpenSockets));
-        authenticator->setAllowed(false);
+        return 503;
     }
+    return 0;
 }
 
-void ExtensionServer::onNewConnection()
+void ExtensionServer::onNewConnection(WebSocket *socket)
 {
-    while (QWebSocket *socket = m_server.nextPendingConnection()) {
-        socket->setParent(this);
-        socket->setMaxAllowedIncomingMessageSize(MaxMessageBytes);
-        socket->setMaxAllowedIncomingFrameSize(MaxMessageBytes);
-        logLine(QStringLiteral("websocket opened!"));
-        m_openWebSockets.append(socket);
-        connect(socket, &QWebSocket::textMessageReceived, this,
-                [this, socket](const QString &text) { handleTextMessage(socket, text); });
-        connect(socket, &QWebSocket::binaryMessageReceived, this, [](const QByteArray &) {
-            logLine(QStringLiteral("message received from server had unexpected type: QByteArray"));
-        });
-        // A close frame went one way or the other; without one the peer simply vanished.
-        connect(socket, &QWebSocket::aboutToClose, this,
-                [socket] { socket->setProperty(closingHandshakeProperty, true); });
-        connect(socket, &QWebSocket::disconnected, this,
-                [this, socket] { onDisconnected(socket); });
-        connect(socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this,
-                [this, socket] { onSocketError(socket); });
-    }
+    socket->setParent(this);
+    logLine(QStringLiteral("websocket opened!"));
+    m_openWebSockets.append(socket);
+    connect(socket, &WebSocket::textMessageReceived, this,
+            [this, socket](const QByteArray &text) { handleTextMessage(socket, text); });
+    connect(socket, &WebSocket::binaryMessageReceived, this, [](const QByteArray &) {
+        logLine(QStringLiteral("message received from server had unexpected type: QByteArray"));
+    });
+    connect(socket, &WebSocket::disconnected, this, [this, socket] { onDisconnected(socket); });
 }
 
-void ExtensionServer::onDisconnected(QWebSocket *socket)
+void ExtensionServer::onDisconnected(WebSocket *socket)
 {
-    // A socket that failed was logged and removed already; a close is logged only once.
-    if (m_openWebSockets.contains(socket)) {
+    m_openWebSockets.removeOne(socket);
+    if (!socket->errorString().isEmpty()) {
+        logLine(QStringLiteral("websocket failed with error %1").arg(socket->errorString()));
+    } else {
         // Clean means the closing handshake took place, whatever its code; a connection that
         // just dropped reports 1006, as browsers do.
-        const bool clean = socket->property(closingHandshakeProperty).toBool();
-        const int code = clean ? int(socket->closeCode())
-                               : int(QWebSocketProtocol::CloseCodeAbnormalDisconnection);
         logLine(QStringLiteral("websocket closed with code %1, reason: '%2', clean: %3")
-                    .arg(code)
-                    .arg(clean ? socket->closeReason() : QString(),
-                         clean ? QStringLiteral("true") : QStringLiteral("false")));
-        removeSocket(socket);
+                    .arg(socket->closeCode())
+                    .arg(socket->closeReason(),
+                         socket->wasClean() ? QStringLiteral("true") : QStringLiteral("false")));
     }
     socket->deleteLater();
 }
 
-void ExtensionServer::onSocketError(QWebSocket *socket)
-{
-    // The peer closing its end after a close frame is the ordinary way to end; only real
-    // failures are reported as such.
-    if (socket->error() == QAbstractSocket::RemoteHostClosedError)
-        return;
-    if (m_openWebSockets.contains(socket)) {
-        logLine(QStringLiteral("websocket failed with error %1").arg(socket->errorString()));
-        removeSocket(socket);
-    }
-}
-
-void ExtensionServer::removeSocket(QWebSocket *socket)
-{
-    m_openWebSockets.removeOne(socket);
-}
-
-void ExtensionServer::handleTextMessage(QWebSocket *socket, const QString &text)
+void ExtensionServer::handleTextMessage(WebSocket *socket, const QByteArray &text)
 {
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError || !document.isObject()) {
         logLine(QStringLiteral("Unable to parse json from server."));
         return;
@@ -276,8 +231,6 @@ void ExtensionServer::handleTextMessage(QWebSocket *socket, const QString &text)
     const QList<Handler> handlers = m_handlers.value(event->command());
     for (const Handler &handler : handlers)
         handler(socket, *event);
-    // The answers leave now, in one write, rather than on the event loop's next pass.
-    socket->flush();
 }
 
 } // namespace pexi

@@ -2,18 +2,14 @@
 
 #include "core/NotificationCenter.h"
 #include "extension/Command.h"
+#include "websocket/WebSocketServer.h"
 
 #include <QHash>
 #include <QList>
 #include <QObject>
-#include <QWebSocketServer>
 
 #include <functional>
-#include <memory>
 #include <optional>
-
-class QWebSocket;
-class QWebSocketCorsAuthenticator;
 
 namespace pexi {
 
@@ -29,7 +25,7 @@ class ExtensionServer : public QObject
 {
     Q_OBJECT
 public:
-    using Handler = std::function<void(QWebSocket *socket, const MiniAppEvent &event)>;
+    using Handler = std::function<void(WebSocket *socket, const MiniAppEvent &event)>;
 
     static constexpr quint16 DefaultPort = 4000;
     // Nothing a real extension sends comes near these; they keep a misbehaving page or process
@@ -53,21 +49,19 @@ public:
     void broadcast(const QString &text);
     void registerHandler(Command command, Handler handler);
 
-    const QList<QWebSocket *> &openWebSockets() const { return m_openWebSockets; }
+    const QList<WebSocket *> &openWebSockets() const { return m_openWebSockets; }
 
-    // One text frame as received on `socket`; public so the frame fuzzer can drive it.
-    void handleTextMessage(QWebSocket *socket, const QString &text);
+    // One text message, UTF-8, as received on `socket`; public so the fuzzer can drive it.
+    void handleTextMessage(WebSocket *socket, const QByteArray &text);
 
 private:
-    void onNewConnection();
-    void onOriginAuthentication(QWebSocketCorsAuthenticator *authenticator);
-    void onDisconnected(QWebSocket *socket);
-    void onSocketError(QWebSocket *socket);
-    void removeSocket(QWebSocket *socket);
+    int admit(const WebSocketHandshake::Request &request);
+    void onNewConnection(WebSocket *socket);
+    void onDisconnected(WebSocket *socket);
     void pushLockState();
 
     quint16 m_port;
-    QWebSocketServer m_server;
+    WebSocketServer m_server;
     Locker &m_locker;
     BrowserController &m_browsers;
     NotificationCenter &m_center;
@@ -76,7 +70,7 @@ private:
     bool m_pexiLocked;
     std::optional<ObserverToken> m_pexiLockObserver;
     std::optional<ObserverToken> m_pexiUnlockObserver;
-    QList<QWebSocket *> m_openWebSockets;
+    QList<WebSocket *> m_openWebSockets;
     QHash<Command, QList<Handler>> m_handlers;
 };
 

@@ -1,0 +1,255 @@
+#include "websocket/WebSocket.h"
+
+#include <QSocketNotifier>
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace pexi {
+
+using namespace WebSocketProtocol;
+
+WebSocket::WebSocket(qintptr descriptor, qint64 maxMessageBytes, Admission admission,
+                     QObject *parent)
+    : QObject(parent), m_descriptor(int(descriptor)), m_admission(std::move(admission)),
+      m_readNotifier(new QSocketNotifier(descriptor, QSocketNotifier::Read, this)),
+      m_reader(maxMessageBytes)
+{
+    ::fcntl(m_descriptor, F_SETFL, ::fcntl(m_descriptor, F_GETFL) | O_NONBLOCK);
+    // Answers are small and must not wait for the next one.
+    const int one = 1;
+    ::setsockopt(m_descriptor, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+    connect(m_readNotifier, &QSocketNotifier::activated, this, &WebSocket::onReadable);
+    m_deadline.setSingleShot(true);
+    connect(&m_deadline, &QTimer::timeout, this, &WebSocket::onTimeout);
+    m_deadline.start(HandshakeTimeoutMs);
+}
+
+WebSocket::~WebSocket()
+{
+    if (m_state != State::closed) {
+        m_readNotifier->setEnabled(false);
+        if (m_writeNotifier)
+            m_writeNotifier->setEnabled(false);
+        ::close(m_descriptor);
+    }
+}
+
+void WebSocket::sendTextMessage(const QString &text)
+{
+    if (m_state != State::open)
+        return;
+    appendFrame(m_output, Opcode::text, text.toUtf8());
+    flushUnlessDelivering();
+}
+
+void WebSocket::close(CloseCode code, const QString &reason)
+{
+    if (m_state == State::open)
+        startClosing(code, reason.toUtf8());
+}
+
+void WebSocket::onReadable()
+{
+    char chunk[64 * 1024];
+    while (m_state != State::closed) {
+        const ssize_t count = ::read(m_descriptor, chunk, sizeof chunk);
+        if (count > 0) {
+            if (m_state == State::handshaking) {
+                handshake(QByteArray(chunk, count));
+            } else {
+                m_reader.append(QByteArrayView(chunk, count));
+                deliver();
+            }
+            // A short read emptied the socket; the notifier says when there is more.
+            if (size_t(count) < sizeof chunk)
+                return;
+        } else if (count == 0 || errno == ECONNRESET) {
+            // The client is gone: a closing handshake was either under way or never started.
+            finish();
+        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+            return;
+        } else if (errno != EINTR) {
+            fail(QString::fromLocal8Bit(std::strerror(errno)));
+        }
+    }
+}
+
+void WebSocket::onTimeout()
+{
+    // A handshake that never ended, or a close frame never answered.
+    finish();
+}
+
+void WebSocket::handshake(const QByteArray &bytes)
+{
+    m_request.append(bytes);
+    const WebSocketHandshake::Parsed parsed = WebSocketHandshake::parse(m_request);
+    if (parsed.status == WebSocketHandshake::Parsed::Status::incomplete)
+        return;
+    const int refusal = parsed.status == WebSocketHandshake::Parsed::Status::accepted
+                            ? m_admission(parsed.request)
+                            : 0;
+    if (parsed.status == WebSocketHandshake::Parsed::Status::malformed || refusal != 0) {
+        m_state = State::closing; // lets the answer out
+        queue(refusal ? WebSocketHandshake::refusal(refusal) : parsed.refusal);
+        finish();
+        return;
+    }
+    m_state = State::open;
+    m_deadline.stop();
+    queue(WebSocketHandshake::acceptance(parsed.request));
+    const QByteArray early = m_request.sliced(parsed.length);
+    m_request = QByteArray();
+    emit connected();
+    if (!early.isEmpty() && m_state == State::open) {
+        m_reader.append(early);
+        deliver();
+    }
+}
+
+void WebSocket::deliver()
+{
+    // Answers given by the handlers of these messages go out together afterwards.
+    m_delivering = true;
+    while (m_state == State::open || m_state == State::closing) {
+        std::optional<WebSocketFrameReader::Message> message = m_reader.next();
+        if (!message)
+            break;
+        switch (message->opcode) {
+        case Opcode::text:
+            if (m_state == State::open)
+                emit textMessageReceived(message->payload);
+            break;
+        case Opcode::binary:
+            if (m_state == State::open)
+                emit binaryMessageReceived(message->payload);
+            break;
+        case Opcode::ping:
+            if (m_state == State::open)
+                queue(frame(Opcode::pong, message->payload));
+            break;
+        case Opcode::close:
+            receiveClose(message->payload);
+            break;
+        case Opcode::pong:
+        case Opcode::continuation:
+            break;
+        }
+    }
+    m_delivering = false;
+    if (m_state == State::open) {
+        if (const auto violation = m_reader.violation())
+            startClosing(*violation, {});
+    }
+    flush();
+}
+
+void WebSocket::receiveClose(const QByteArray &payload)
+{
+    if (m_state == State::open) {
+        // The client started: answer with its code, then end the connection, as servers do.
+        m_clean = true;
+        if (payload.size() >= 2) {
+            m_closeCode = quint16((quint8(payload.at(0)) << 8) | quint8(payload.at(1)));
+            m_closeReason = QString::fromUtf8(payload.sliced(2));
+            queue(frame(Opcode::close, payload.first(2)));
+        } else {
+            m_closeCode = quint16(CloseCode::noStatus);
+            queue(frame(Opcode::close, {}));
+        }
+        m_state = State::closing;
+    }
+    // Either way the closing handshake is complete.
+    m_delivering = false;
+    flush();
+    finish();
+}
+
+void WebSocket::startClosing(CloseCode code, const QByteArray &reason)
+{
+    const QByteArray closing = closeFrame(code, reason);
+    m_clean = true;
+    m_closeCode = quint16(code);
+    m_closeReason = QString::fromUtf8(closing.sliced(4)); // the reason as it was cut to fit
+    queue(closing);
+    m_state = State::closing;
+    m_deadline.start(ClosingTimeoutMs);
+}
+
+void WebSocket::queue(const QByteArray &bytes)
+{
+    if (m_state == State::closed)
+        return;
+    m_output.append(bytes);
+    flushUnlessDelivering();
+}
+
+void WebSocket::flushUnlessDelivering()
+{
+    if (m_output.size() - m_written > MaxPendingOutputBytes) {
+        fail(QStringLiteral("the client does not read what is sent to it"));
+        return;
+    }
+    if (!m_delivering)
+        flush();
+}
+
+void WebSocket::flush()
+{
+    while (m_state != State::closed && m_written < m_output.size()) {
+        const ssize_t count = ::send(m_descriptor, m_output.constData() + m_written,
+                                     size_t(m_output.size() - m_written), MSG_NOSIGNAL);
+        if (count >= 0) {
+            m_written += count;
+        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+            if (!m_writeNotifier) {
+                m_writeNotifier = new QSocketNotifier(m_descriptor, QSocketNotifier::Write, this);
+                connect(m_writeNotifier, &QSocketNotifier::activated, this, &WebSocket::flush);
+            }
+            m_writeNotifier->setEnabled(true);
+            return;
+        } else if (errno == EPIPE || errno == ECONNRESET) {
+            finish();
+            return;
+        } else if (errno != EINTR) {
+            fail(QString::fromLocal8Bit(std::strerror(errno)));
+            return;
+        }
+    }
+    if (m_written == m_output.size()) {
+        m_output.resize(0); // keeps the capacity for the next answer
+        m_written = 0;
+        if (m_writeNotifier)
+            m_writeNotifier->setEnabled(false);
+    }
+}
+
+void WebSocket::finish()
+{
+    if (m_state == State::closed)
+        return;
+    m_state = State::closed;
+    m_deadline.stop();
+    m_readNotifier->setEnabled(false);
+    if (m_writeNotifier)
+        m_writeNotifier->setEnabled(false);
+    ::close(m_descriptor);
+    m_output.clear();
+    m_written = 0;
+    emit disconnected();
+}
+
+void WebSocket::fail(const QString &error)
+{
+    m_error = error;
+    finish();
+}
+
+} // namespace pexi

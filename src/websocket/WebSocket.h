@@ -1,0 +1,99 @@
+#pragma once
+
+#include "websocket/WebSocketFrameReader.h"
+#include "websocket/WebSocketHandshake.h"
+#include "websocket/WebSocketProtocol.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <functional>
+
+class QSocketNotifier;
+
+namespace pexi {
+
+// The server's end of one WebSocket connection over a TCP socket it owns: answers the opening
+// handshake, delivers each whole message on the thread it lives on, answers pings and closing
+// handshakes. Reads and writes the socket directly from the event loop's readiness
+// notifications, with no buffering layer in between: answers written while a message is being
+// delivered leave together in one write when its handlers are done.
+class WebSocket : public QObject
+{
+    Q_OBJECT
+public:
+    enum class State { handshaking, open, closing, closed };
+
+    // Decides on an opening request that is well formed: 0 to take it, or the HTTP status that
+    // turns it down.
+    using Admission = std::function<int(const WebSocketHandshake::Request &request)>;
+
+    // An opening handshake that takes longer is given up without an answer.
+    static constexpr int HandshakeTimeoutMs = 10000;
+    // How long a close frame sent by the server waits for the client's before the connection is
+    // dropped.
+    static constexpr int ClosingTimeoutMs = 2000;
+    // A client that stops reading is cut off once this much waits to be sent to it.
+    static constexpr qsizetype MaxPendingOutputBytes = 16 * 1024 * 1024;
+
+    // Takes over a connected TCP socket.
+    WebSocket(qintptr descriptor, qint64 maxMessageBytes, Admission admission,
+              QObject *parent = nullptr);
+    // Closes the TCP socket without a word and without signals.
+    ~WebSocket() override;
+
+    State state() const { return m_state; }
+
+    void sendTextMessage(const QString &text);
+    // Starts the closing handshake. `reason` is cut to fit a close frame.
+    void close(WebSocketProtocol::CloseCode code = WebSocketProtocol::CloseCode::normal,
+               const QString &reason = {});
+
+    // How the connection ended, once `disconnected` was emitted. Clean when a close frame went
+    // one way or the other; otherwise the code is 1006. A failure has an error string.
+    quint16 closeCode() const { return m_closeCode; }
+    QString closeReason() const { return m_closeReason; }
+    bool wasClean() const { return m_clean; }
+    QString errorString() const { return m_error; }
+
+signals:
+    void connected();
+    void textMessageReceived(const QByteArray &utf8);
+    void binaryMessageReceived(const QByteArray &data);
+    // Once, when the connection is gone, whether it was ever open or not.
+    void disconnected();
+
+private:
+    void onReadable();
+    void onTimeout();
+    void handshake(const QByteArray &bytes);
+    void deliver();
+    void receiveClose(const QByteArray &payload);
+    void startClosing(WebSocketProtocol::CloseCode code, const QByteArray &reason);
+    void queue(const QByteArray &bytes);
+    // Writes the output now, or once the delivery under way is done; cuts off a stalled client.
+    void flushUnlessDelivering();
+    void flush();
+    void finish();
+    void fail(const QString &error);
+
+    int m_descriptor;
+    State m_state = State::handshaking;
+    Admission m_admission;
+    QSocketNotifier *m_readNotifier;
+    QSocketNotifier *m_writeNotifier = nullptr; // made when the kernel first pushes back
+    QTimer m_deadline;
+    QByteArray m_request;
+    WebSocketFrameReader m_reader;
+    QByteArray m_output;
+    qsizetype m_written = 0;
+    bool m_delivering = false;
+    quint16 m_closeCode = quint16(WebSocketProtocol::CloseCode::abnormalDisconnection);
+    QString m_closeReason;
+    bool m_clean = false;
+    QString m_error;
+};
+
+} // namespace pexi
