@@ -19,12 +19,12 @@
 #include "platform/BrowserLauncher.h"
 #include "platform/UserNotificationCenter.h"
 #include "support/DesktopDoubles.h"
+#include "support/WebSocketPair.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <QWebSocket>
 
 #include <cstdint>
 #include <cstdio>
@@ -94,11 +94,14 @@ struct Bridge
         capture = std::make_unique<SavePasswordController>(services);
         ExtensionHandler::install(
             server, {&locker, &browsers, capture.get(), &window, [] { return QPointF(3, 4); }});
+        if (!extension.handshake().startsWith("HTTP/1.1 101 "))
+            std::abort();
     }
 
     // What one input may leave behind is undone, so that inputs stay independent.
     void reset()
     {
+        extension.read().clear(); // the answers, read so that the socket never fills up
         capture->setPendingItem(std::nullopt);
         locker.runWithInventory([](Inventory &inventory) {
             if (inventory.count() <= fixture.size() + maxSavedItems)
@@ -126,9 +129,8 @@ struct Bridge
     Preferences preferences;
     std::unique_ptr<SavePasswordController> capture;
     ExtensionServer server;
-    // Never connected: answers are written as JSON and then refused by the socket, which is as
-    // far as the worker's own code goes.
-    QWebSocket socket;
+    // The extension's end of an open connection, over a socket pair.
+    WebSocketPair extension;
 };
 
 Bridge *unlockedBridge = nullptr;
@@ -157,7 +159,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QByteArray input(reinterpret_cast<const char *>(data) + 1, qsizetype(size - 1));
     const QList<QByteArray> frames = input.split('\0');
     for (qsizetype i = 0; i < frames.size() && i < maxFrames; ++i)
-        bridge.server.handleTextMessage(&bridge.socket, QString::fromUtf8(frames.at(i)));
+        bridge.server.handleTextMessage(bridge.extension.server.get(), frames.at(i));
     bridge.reset();
     return 0;
 }

@@ -26,6 +26,7 @@
 #include "extension/ExtensionServer.h"
 #include "platform/BrowserLauncher.h"
 #include "support/DesktopDoubles.h"
+#include "support/WebSocketPair.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -206,25 +207,6 @@ std::pair<pid_t, quint16> startEchoFloor(int cpu)
             }
         }
     }
-}
-
-// A masked client text frame, as browsers send them.
-QByteArray maskedTextFrame(const QByteArray &payload)
-{
-    QByteArray frame;
-    frame.append(char(0x81));
-    if (payload.size() < 126) {
-        frame.append(char(0x80 | payload.size()));
-    } else {
-        frame.append(char(0x80 | 126));
-        frame.append(char((payload.size() >> 8) & 0xff));
-        frame.append(char(payload.size() & 0xff));
-    }
-    const char mask[4] = {0x1b, 0x2c, 0x3d, 0x4e};
-    frame.append(mask, 4);
-    for (qsizetype i = 0; i < payload.size(); ++i)
-        frame.append(char(payload.at(i) ^ mask[i % 4]));
-    return frame;
 }
 
 // One blocking client connection, WebSocket or plain TCP.
@@ -474,7 +456,8 @@ double throughput(const Exchange &exchange, int cpu, double seconds)
 
 QByteArray lockCheck()
 {
-    return maskedTextFrame(
+    return clientFrame(
+        WebSocketProtocol::Opcode::text,
         R"({"data":{"command":"pexi_lock_check","session":"bench"},"sender":"chrome","build":"bench"})");
 }
 
@@ -773,9 +756,10 @@ int main(int argc, char *argv[])
     worker.stop();
 
     const QString site = QStringLiteral("https://www.login.site7.com/signin");
-    const QByteArray search = maskedTextFrame(
+    const QByteArray search = clientFrame(
+        WebSocketProtocol::Opcode::text,
         QByteArray(R"({"data":{"command":"credentials_search","site":")") + site.toUtf8() +
-        R"(","session":"bench"},"sender":"chrome","build":"bench"})");
+            R"(","session":"bench"},"sender":"chrome","build":"bench"})");
     for (const auto &[items, label] : {std::pair{10000, "10k"}, std::pair{100000, "100k"}}) {
         InProcessServer server(items, serverCpu);
         const Exchange searchExchange{server.port(), search, 1};

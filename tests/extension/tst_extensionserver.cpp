@@ -125,7 +125,7 @@ class TestExtensionServer : public QObject
         for (Command command : {Command::LOCK_CHECK, Command::CREDS_SEARCH, Command::CREDS_ABORT,
                                 Command::CREDS_PROVIDE, Command::NAVIGATE}) {
             m_server->registerHandler(
-                command, [this](QWebSocket *socket, const MiniAppEvent &event) {
+                command, [this](WebSocket *socket, const MiniAppEvent &event) {
                     const auto *check = dynamic_cast<const LockCheckEvent *>(&event);
                     if (check && check->session().value_or(QString()).startsWith(u"settle-"))
                         socket->sendTextMessage(QStringLiteral("ack ") + *check->session());
@@ -136,7 +136,7 @@ class TestExtensionServer : public QObject
                                             : toRaw(event.command()));
                 });
         }
-        m_server->registerHandler(Command::CREDS_ABORT, [this](QWebSocket *, const MiniAppEvent &) {
+        m_server->registerHandler(Command::CREDS_ABORT, [this](WebSocket *, const MiniAppEvent &) {
             m_handled << "second abort handler";
         });
     }

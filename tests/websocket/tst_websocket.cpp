@@ -1,0 +1,309 @@
+#include "support/WebSocketPair.h"
+
+#include "websocket/Utf8.h"
+#include "websocket/WebSocketFrameReader.h"
+#include "websocket/WebSocketHandshake.h"
+
+#include <QTest>
+
+using namespace pexi;
+using namespace pexi::WebSocketProtocol;
+
+namespace {
+
+constexpr qint64 maxMessage = 300;
+
+QByteArray closePayload(quint16 code, const QByteArray &reason = {})
+{
+    return QByteArray(1, char(code >> 8)) + char(code & 0xff) + reason;
+}
+
+// Everything a reader makes of `bytes` fed in pieces of `piece` bytes: "kind:payload" per
+// message, then "!code" after a breach.
+QStringList readAll(const QByteArray &bytes, qsizetype piece)
+{
+    WebSocketFrameReader reader(maxMessage);
+    QStringList out;
+    const auto drain = [&] {
+        while (const auto message = reader.next()) {
+            const char *kinds[] = {"?", "text", "binary", "?",    "?",   "?",
+                                   "?", "?",    "close",  "ping", "pong"};
+            const QByteArray payload = message->payload.size() > 40
+                                           ? QByteArray::number(message->payload.size()) + "B"
+                                           : message->payload;
+            out << QString::fromLatin1(kinds[int(message->opcode)]) + ':' +
+                       QString::fromLatin1(payload.toPercentEncoding(" "));
+        }
+    };
+    for (qsizetype at = 0; at < bytes.size(); at += piece) {
+        reader.append(QByteArrayView(bytes).sliced(at, std::min(piece, bytes.size() - at)));
+        drain();
+    }
+    if (const auto violation = reader.violation())
+        out << "!" + QString::number(int(*violation));
+    return out;
+}
+
+} // namespace
+
+class TestWebSocket : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void readerPutsMessagesTogetherOrNamesTheBreach_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QStringList>("expected");
+        const auto text = [](const QByteArray &p, bool fin = true) {
+            return clientFrame(Opcode::text, p, fin);
+        };
+        const auto more = [](const QByteArray &p, bool fin) {
+            return clientFrame(Opcode::continuation, p, fin);
+        };
+        const QByteArray ping = clientFrame(Opcode::ping, "p");
+
+        QTest::newRow("two texts in one piece")
+            << text("hello") + text("") << QStringList{"text:hello", "text:"};
+        QTest::newRow("16-bit length") << text(QByteArray(200, 'a')) << QStringList{"text:200B"};
+        // The top bit of a 64-bit length is never set.
+        QTest::newRow("64-bit length with the top bit") << QByteArray("\x82\xff\x80\0\0\0\0\0\0\x01"
+                                                                      "mask",
+                                                                      14)
+                                                        << QStringList{"!1002"};
+        QTest::newRow("binary, ping, pong")
+            << clientFrame(Opcode::binary, "\x01\x02") + ping + clientFrame(Opcode::pong, "")
+            << QStringList{"binary:%01%02", "ping:p", "pong:"};
+        QTest::newRow("fragments with a ping between")
+            << text("a", false) + ping + more("b", false) + more("c", true)
+            << QStringList{"ping:p", "text:abc"};
+        // A character cut in two by the fragmenting is still whole in the message.
+        QTest::newRow("character across fragments")
+            << text("\xc3", false) + more("\xa9", true) << QStringList{"text:%C3%A9"};
+        QTest::newRow("message at the limit")
+            << text(QByteArray(maxMessage - 1, 'x'), false) + more("y", true)
+            << QStringList{"text:300B"};
+        QTest::newRow("one frame over the limit")
+            << text(QByteArray(maxMessage + 1, 'x')) << QStringList{"!1009"};
+        QTest::newRow("fragments over the limit")
+            << text(QByteArray(maxMessage, 'x'), false) + more("y", true) << QStringList{"!1009"};
+        QTest::newRow("invalid UTF-8") << text("a\xc0\x80") + text("b") << QStringList{"!1007"};
+        QTest::newRow("binary may be anything")
+            << clientFrame(Opcode::binary, "\xc0") << QStringList{"binary:%C0"};
+        QTest::newRow("unmasked") << clientFrame(Opcode::text, "a", true, 0, false)
+                                  << QStringList{"!1002"};
+        QTest::newRow("reserved bit")
+            << clientFrame(Opcode::text, "a", true, 0x40) << QStringList{"!1002"};
+        QTest::newRow("unknown opcode") << clientFrame(Opcode(3), "a") << QStringList{"!1002"};
+        QTest::newRow("continuation first") << more("a", true) << QStringList{"!1002"};
+        QTest::newRow("text inside fragments")
+            << text("a", false) + text("b") << QStringList{"!1002"};
+        QTest::newRow("fragmented ping")
+            << clientFrame(Opcode::ping, "a", false) << QStringList{"!1002"};
+        QTest::newRow("long ping")
+            << clientFrame(Opcode::ping, QByteArray(126, 'a')) << QStringList{"!1002"};
+        QTest::newRow("close without code") << clientFrame(Opcode::close, "") + text("after")
+                                            << QStringList{"close:", "text:after"};
+        QTest::newRow("close with code and reason")
+            << clientFrame(Opcode::close, closePayload(1001, "bye"))
+            << QStringList{"close:%03%E9bye"};
+        QTest::newRow("close with a private code")
+            << clientFrame(Opcode::close, closePayload(4000)) << QStringList{"close:%0F%A0"};
+        QTest::newRow("close with one byte")
+            << clientFrame(Opcode::close, "\x03") << QStringList{"!1002"};
+        QTest::newRow("close with a reserved code")
+            << clientFrame(Opcode::close, closePayload(1005)) << QStringList{"!1002"};
+        QTest::newRow("close with an unassigned code")
+            << clientFrame(Opcode::close, closePayload(2999)) << QStringList{"!1002"};
+        QTest::newRow("close reason not UTF-8")
+            << clientFrame(Opcode::close, closePayload(1000, "\xff")) << QStringList{"!1007"};
+        QTest::newRow("nothing after a breach")
+            << text("ok") + clientFrame(Opcode(7), "") + text("lost")
+            << QStringList{"text:ok", "!1002"};
+    }
+    void readerPutsMessagesTogetherOrNamesTheBreach()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QStringList, expected);
+        // Whatever way the bytes are cut up on the wire, the outcome is the same.
+        for (qsizetype piece : {bytes.size(), qsizetype(1), qsizetype(3), qsizetype(7)})
+            QCOMPARE(readAll(bytes, std::max<qsizetype>(piece, 1)), expected);
+    }
+
+    void utf8IsCheckedStrictly_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("valid");
+        QTest::newRow("empty") << QByteArray() << true;
+        QTest::newRow("ascii past a word") << QByteArray("abcdefghijklmnopq") << true;
+        QTest::newRow("bad byte after a word") << QByteArray("abcdefgh\x80") << false;
+        QTest::newRow("two bytes") << QByteArray("caf\xc3\xa9") << true;
+        QTest::newRow("overlong two bytes") << QByteArray("\xc1\xbf") << false;
+        QTest::newRow("overlong three bytes") << QByteArray("\xe0\x9f\xbf") << false;
+        QTest::newRow("last before surrogates") << QByteArray("\xed\x9f\xbf") << true;
+        QTest::newRow("surrogate") << QByteArray("\xed\xa0\x80") << false;
+        QTest::newRow("after surrogates") << QByteArray("\xee\x80\x80") << true;
+        QTest::newRow("emoji") << QByteArray("\xf0\x9f\x94\x91") << true;
+        QTest::newRow("overlong four bytes") << QByteArray("\xf0\x8f\xbf\xbf") << false;
+        QTest::newRow("highest code point") << QByteArray("\xf4\x8f\xbf\xbf") << true;
+        QTest::newRow("past the highest") << QByteArray("\xf4\x90\x80\x80") << false;
+        QTest::newRow("lead byte F5") << QByteArray("\xf5\x80\x80\x80") << false;
+        QTest::newRow("cut off") << QByteArray("ok\xe2\x82") << false;
+        QTest::newRow("bad continuation") << QByteArray("\xe2\x28\xa1") << false;
+        QTest::newRow("lone continuation") << QByteArray("\xbf") << false;
+    }
+    void utf8IsCheckedStrictly()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, valid);
+        QCOMPARE(isValidUtf8(bytes), valid);
+    }
+
+    void handshakeRequestsAreReadStrictly_data()
+    {
+        QTest::addColumn<QByteArray>("request");
+        QTest::addColumn<QString>("outcome"); // "accepted <origin>", "incomplete" or the status
+        const QByteArray good = upgradeRequest();
+        QTest::newRow("upgrade") << good << "accepted -";
+        QTest::newRow("with origin and keep-alive")
+            << QByteArray(good)
+                   .replace("Connection: Upgrade", "connection: keep-alive, Upgrade")
+                   .replace("Host:", "Origin: chrome-extension://abc\r\nHost:")
+            << "accepted chrome-extension://abc";
+        QTest::newRow("not yet ended") << good.chopped(2) << "incomplete";
+        QTest::newRow("never ends")
+            << "GET / HTTP/1.1\r\nX: " + QByteArray(WebSocketHandshake::maxRequestBytes, 'x')
+            << "431";
+        QTest::newRow("POST") << QByteArray(good).replace("GET", "POST") << "400";
+        QTest::newRow("HTTP/1.0") << QByteArray(good).replace("HTTP/1.1", "HTTP/1.0") << "400";
+        QTest::newRow("no upgrade")
+            << QByteArray(good).replace("Upgrade: websocket", "X: y") << "400";
+        QTest::newRow("old version")
+            << QByteArray(good).replace("Version: 13", "Version: 8") << "426";
+        QTest::newRow("short key")
+            << QByteArray(good).replace("dGhlIHNhbXBsZSBub25jZQ==", "c2hvcnQ=") << "400";
+        QTest::newRow("line without colon")
+            << QByteArray(good).replace("Host: 127.0.0.1", "Host 127.0.0.1") << "400";
+    }
+    void handshakeRequestsAreReadStrictly()
+    {
+        QFETCH(QByteArray, request);
+        QFETCH(QString, outcome);
+        const auto parsed = WebSocketHandshake::parse(request + "early");
+        using Status = WebSocketHandshake::Parsed::Status;
+        if (parsed.status == Status::accepted) {
+            QCOMPARE("accepted " + parsed.request.origin.value_or("-"), outcome);
+            QCOMPARE(parsed.length, request.size());
+            // The example of the protocol's own definition.
+            QVERIFY(WebSocketHandshake::acceptance(parsed.request)
+                        .contains("\r\nSec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\n"));
+        } else if (parsed.status == Status::incomplete) {
+            QCOMPARE(QStringLiteral("incomplete"), outcome);
+        } else {
+            QVERIFY(parsed.refusal.startsWith("HTTP/1.1 " + outcome.toLatin1() + ' '));
+        }
+    }
+
+    // A connection over a real socket pair, the test acting as the client.
+    void connectionsEndAsTheClientOrTheProtocolSays_data()
+    {
+        QTest::addColumn<QByteArray>("sent"); // after the handshake; empty: the client hangs up
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QString>("ending"); // code, reason, clean
+        QTest::newRow("client closes")
+            << clientFrame(Opcode::close, closePayload(1001, "tab closed"))
+            << QByteArray("\x88\x02\x03\xe9", 4) << "1001 tab closed true";
+        QTest::newRow("client closes without a code")
+            << clientFrame(Opcode::close, "") << QByteArray("\x88\x00", 2) << "1005  true";
+        QTest::newRow("client vanishes") << QByteArray() << QByteArray() << "1006  false";
+        QTest::newRow("broken frame") << clientFrame(Opcode::text, "x", true, 0x10)
+                                      << QByteArray("\x88\x02\x03\xea", 4) << "1002  true";
+        QTest::newRow("too long") << clientFrame(Opcode::text, QByteArray(2000, 'x'))
+                                  << QByteArray("\x88\x02\x03\xf1", 4) << "1009  true";
+    }
+    void connectionsEndAsTheClientOrTheProtocolSays()
+    {
+        QFETCH(QByteArray, sent);
+        QFETCH(QByteArray, answer);
+        QFETCH(QString, ending);
+        WebSocketPair pair([](const auto &) { return 0; }, 1000);
+        QVERIFY(pair.handshake().startsWith("HTTP/1.1 101 "));
+        if (sent.isEmpty())
+            ::shutdown(pair.client, SHUT_WR);
+        else
+            pair.write(sent);
+        QVERIFY(WebSocketPair::waitFor([&] { return pair.read().size() >= answer.size(); }));
+        QCOMPARE(pair.received, answer);
+        // A close the server started waits for the client's answer.
+        if (!pair.disconnected)
+            pair.write(clientFrame(Opcode::close, closePayload(1000)));
+        QVERIFY(WebSocketPair::waitFor([&] { return pair.disconnected; }));
+        QCOMPARE(QStringLiteral("%1 %2 %3")
+                     .arg(pair.server->closeCode())
+                     .arg(pair.server->closeReason(), pair.server->wasClean() ? "true" : "false"),
+                 ending);
+        QVERIFY(pair.server->errorString().isEmpty());
+    }
+
+    void anOpenConnectionAnswersPingsAndDeliversInOrder()
+    {
+        WebSocketPair pair;
+        // Frames sent right behind the request, before the answer came, count too.
+        pair.write(upgradeRequest() + clientFrame(Opcode::text, "first"));
+        QVERIFY(WebSocketPair::waitFor([&] { return pair.texts.size() == 1; }));
+        QVERIFY(pair.read().startsWith("HTTP/1.1 101 Switching Protocols\r\n"));
+        pair.received.clear();
+        pair.write(clientFrame(Opcode::ping, "are you there") +
+                   clientFrame(Opcode::text, "second") +
+                   clientFrame(Opcode::binary, "not for the texts"));
+        QVERIFY(WebSocketPair::waitFor([&] { return pair.texts.size() == 2; }));
+        QCOMPARE(pair.texts, QByteArrayList({"first", "second"}));
+        pair.server->sendTextMessage(QStringLiteral("é"));
+        QVERIFY(WebSocketPair::waitFor([&] { return pair.read().size() == 19; }));
+        QCOMPARE(pair.received, QByteArray("\x8a\x0d"
+                                           "are you there"
+                                           "\x81\x02\xc3\xa9"));
+    }
+
+    void refusedAndMalformedHandshakesGetAnHttpAnswer_data()
+    {
+        QTest::addColumn<int>("refusal");
+        QTest::addColumn<QByteArray>("extraHeaders");
+        QTest::addColumn<QByteArray>("statusLine");
+        QTest::newRow("forbidden") << 403 << QByteArray() << QByteArray("HTTP/1.1 403 Forbidden");
+        QTest::newRow("full") << 503 << QByteArray()
+                              << QByteArray("HTTP/1.1 503 Service Unavailable");
+        QTest::newRow("two keys") << 0
+                                  << QByteArray("Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n")
+                                  << QByteArray("HTTP/1.1 400 Bad Request");
+    }
+    void refusedAndMalformedHandshakesGetAnHttpAnswer()
+    {
+        QFETCH(int, refusal);
+        QFETCH(QByteArray, extraHeaders);
+        QFETCH(QByteArray, statusLine);
+        bool connected = false;
+        WebSocketPair pair([refusal](const auto &) { return refusal; });
+        QObject::connect(pair.server.get(), &WebSocket::connected, [&] { connected = true; });
+        QVERIFY(pair.handshake(extraHeaders).startsWith(statusLine + "\r\n"));
+        QVERIFY(WebSocketPair::waitFor([&] { return pair.disconnected; }));
+        QVERIFY(!connected);
+        pair.read();
+        QVERIFY(pair.peerClosed);
+    }
+
+    void aClientThatStopsReadingIsCutOff()
+    {
+        WebSocketPair pair;
+        QVERIFY(pair.handshake().startsWith("HTTP/1.1 101 "));
+        const QString big(1024 * 1024, u'x');
+        for (int i = 0; i * big.size() <= WebSocket::MaxPendingOutputBytes && !pair.disconnected;
+             ++i)
+            pair.server->sendTextMessage(big);
+        QVERIFY(pair.disconnected);
+        QVERIFY(!pair.server->errorString().isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestWebSocket)
+#include "tst_websocket.moc"
