@@ -45,7 +45,7 @@ Outcome read(QByteArrayView bytes, qsizetype piece)
 bool qtDecodes(QByteArrayView bytes)
 {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    (void)decoder.decode(bytes);
+    const QString decoded = decoder.decode(bytes); // decoding happens on conversion
     return !decoder.hasError();
 }
 
