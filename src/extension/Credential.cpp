@@ -1,17 +1,22 @@
 #include "extension/Credential.h"
 
+#include "extension/JsonWriter.h"
+
 namespace pexi {
 
 using namespace Qt::StringLiterals;
 
-QJsonObject Credential::toJsonObject() const
+void Credential::writeJson(JsonWriter &json) const
 {
-    QJsonObject dictionary{{"uuid"_L1, uuid}, {"title"_L1, title}, {"password"_L1, password}};
-    if (username)
-        dictionary.insert("username"_L1, *username);
+    json.beginObject();
+    json.key("password"_L1).string(password);
     if (site)
-        dictionary.insert("site"_L1, *site);
-    return dictionary;
+        json.key("site"_L1).string(*site);
+    json.key("title"_L1).string(title);
+    if (username)
+        json.key("username"_L1).string(*username);
+    json.key("uuid"_L1).string(uuid);
+    json.endObject();
 }
 
 } // namespace pexi

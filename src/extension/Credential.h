@@ -1,11 +1,12 @@
 #pragma once
 
-#include <QJsonObject>
 #include <QString>
 
 #include <optional>
 
 namespace pexi {
+
+class JsonWriter;
 
 // A saved login handed to an extension to fill in, password included.
 struct Credential
@@ -16,8 +17,9 @@ struct Credential
     QString uuid;
     std::optional<QString> site;
 
-    // "uuid", "title" and "password", plus "username" and "site" only when present (never null).
-    QJsonObject toJsonObject() const;
+    // An object of "uuid", "title" and "password", plus "username" and "site" only when present
+    // (never null).
+    void writeJson(JsonWriter &json) const;
 
     bool operator==(const Credential &) const = default;
 };

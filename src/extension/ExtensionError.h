@@ -14,7 +14,8 @@ public:
         parseError,
         // Kept for completeness of the protocol; no event operation throws it.
         eventTypeError,
-        // An outgoing event could not be turned into UTF-8 JSON text.
+        // An outgoing event could not be turned into UTF-8 JSON text. Kept for completeness of
+        // the protocol: JsonWriter escapes whatever UTF-8 cannot hold, so no event throws it.
         jsonSerializeError,
     };
 

@@ -1,8 +1,7 @@
 #include "extension/LockStateEvent.h"
 
 #include "core/Locker.h"
-
-#include <QJsonValue>
+#include "extension/JsonWriter.h"
 
 namespace pexi {
 
@@ -15,11 +14,16 @@ LockStateEvent::LockStateEvent(const std::optional<QString> &session, bool locke
 
 QString LockStateEvent::toJson(const LockStateSource &lockState) const
 {
-    return writeJson({
-        {"command"_L1, toRaw(command())},
-        {"session"_L1, m_session ? QJsonValue(*m_session) : QJsonValue(QJsonValue::Null)},
-        {"locked"_L1, lockState() == LockState::locked},
-    });
+    JsonWriter json(64 + (m_session ? m_session->size() : 0));
+    json.beginObject();
+    json.key("command"_L1).string(toRaw(command()));
+    json.key("locked"_L1).boolean(lockState() == LockState::locked);
+    json.key("session"_L1);
+    if (m_session)
+        json.string(*m_session);
+    else
+        json.null();
+    return json.endObject().take();
 }
 
 LockState LockStateEvent::coreLockState()

@@ -20,9 +20,9 @@ public:
     // What the builder believed; the text reports the lock of the moment of writing instead.
     bool locked() const { return m_locked; }
 
-    // {"command":"pexi_lock_state","session":S or null,"locked":B}. "locked" is asked of
+    // {"command":"pexi_lock_state","locked":B,"session":S or null}. "locked" is asked of
     // `lockState` now, so a push built while a lock notification is still being delivered is
-    // right whichever notification fired. Throws ExtensionError.
+    // right whichever notification fired.
     QString toJson(const LockStateSource &lockState = coreLockState) const;
 
     // The shared Locker's state.

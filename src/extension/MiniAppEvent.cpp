@@ -2,9 +2,7 @@
 
 #include "extension/ExtensionError.h"
 
-#include <QJsonDocument>
 #include <QJsonValue>
-#include <QStringDecoder>
 
 namespace pexi {
 
@@ -30,20 +28,6 @@ std::optional<QString> MiniAppEvent::optionalString(const QJsonObject &dictionar
     if (!value.isString())
         return std::nullopt;
     return value.toString();
-}
-
-QString MiniAppEvent::writeJson(const QJsonObject &dictionary)
-{
-    const QByteArray bytes = QJsonDocument(dictionary).toJson(QJsonDocument::Compact);
-    if (bytes.isEmpty())
-        throw ExtensionError(ExtensionError::Kind::jsonSerializeError);
-    // The writer escapes what UTF-8 cannot hold, so this guards against a writer change rather
-    // than against our own data; an extension must never get a frame it cannot decode.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(bytes);
-    if (decoder.hasError())
-        throw ExtensionError(ExtensionError::Kind::jsonSerializeError);
-    return text;
 }
 
 } // namespace pexi

@@ -11,8 +11,8 @@ namespace pexi {
 
 // One message between the worker and a browser extension. Incoming events are built from the
 // event dictionary of a frame and take their command from their class, never from the wire;
-// outgoing events write themselves as JSON text. The server and the handlers pass events around
-// by this base and look for the concrete class they expect.
+// outgoing events write themselves as compact JSON text through JsonWriter. The server and the
+// handlers pass events around by this base and look for the concrete class they expect.
 class MiniAppEvent
 {
 public:
@@ -33,9 +33,6 @@ protected:
     // Absent or not a string: empty, without an error.
     static std::optional<QString> optionalString(const QJsonObject &dictionary,
                                                  QLatin1StringView key);
-
-    // Compact UTF-8 JSON text; throws ExtensionError::Kind::jsonSerializeError.
-    static QString writeJson(const QJsonObject &dictionary);
 
 private:
     Command m_command;

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <QJsonObject>
 #include <QString>
 
 #include <optional>
 
 namespace pexi {
+
+class JsonWriter;
 
 // A saved login offered to an extension for choice: everything but the password.
 struct PartialCredential
@@ -15,8 +16,8 @@ struct PartialCredential
     QString title;
     std::optional<QString> site;
 
-    // "uuid" and "title", plus "username" and "site" only when present (never null).
-    QJsonObject toJsonObject() const;
+    // An object of "uuid" and "title", plus "username" and "site" only when present (never null).
+    void writeJson(JsonWriter &json) const;
 
     bool operator==(const PartialCredential &) const = default;
 };

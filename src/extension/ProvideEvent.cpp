@@ -1,5 +1,7 @@
 #include "extension/ProvideEvent.h"
 
+#include "extension/JsonWriter.h"
+
 namespace pexi {
 
 using namespace Qt::StringLiterals;
@@ -11,11 +13,13 @@ ProvideEvent::ProvideEvent(const Credential &credential, const QString &session)
 
 QString ProvideEvent::toJson() const
 {
-    return writeJson({
-        {"command"_L1, toRaw(command())},
-        {"session"_L1, m_session},
-        {"credential"_L1, m_credential.toJsonObject()},
-    });
+    JsonWriter json(192);
+    json.beginObject();
+    json.key("command"_L1).string(toRaw(command()));
+    json.key("credential"_L1);
+    m_credential.writeJson(json);
+    json.key("session"_L1).string(m_session);
+    return json.endObject().take();
 }
 
 } // namespace pexi

@@ -14,7 +14,6 @@ public:
     const Credential &credential() const { return m_credential; }
     const QString &session() const { return m_session; }
 
-    // Throws ExtensionError.
     QString toJson() const;
 
 private:

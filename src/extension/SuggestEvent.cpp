@@ -1,6 +1,6 @@
 #include "extension/SuggestEvent.h"
 
-#include <QJsonArray>
+#include "extension/JsonWriter.h"
 
 namespace pexi {
 
@@ -15,17 +15,17 @@ SuggestEvent::SuggestEvent(const QString &session, const QList<PartialCredential
 
 QString SuggestEvent::toJson() const
 {
-    QJsonArray credentials;
+    JsonWriter json(128 + 96 * m_credentials.size());
+    json.beginObject();
+    json.key("command"_L1).string(toRaw(command()));
+    json.key("credentials"_L1).beginArray();
     for (const PartialCredential &credential : m_credentials)
-        credentials.append(credential.toJsonObject());
-    QJsonObject dictionary{
-        {"command"_L1, toRaw(command())},
-        {"session"_L1, m_session},
-        {"credentials"_L1, credentials},
-    };
+        credential.writeJson(json);
+    json.endArray();
     if (m_logInWithUUID)
-        dictionary.insert("logInWithUUID"_L1, *m_logInWithUUID);
-    return writeJson(dictionary);
+        json.key("logInWithUUID"_L1).string(*m_logInWithUUID);
+    json.key("session"_L1).string(m_session);
+    return json.endObject().take();
 }
 
 } // namespace pexi

@@ -20,7 +20,7 @@ public:
     const std::optional<QString> &logInWithUUID() const { return m_logInWithUUID; }
 
     // "credentials" keeps the list order and is [] when empty; "logInWithUUID" is left out, not
-    // null, when there is none. Throws ExtensionError.
+    // null, when there is none.
     QString toJson() const;
 
 private:

@@ -1,0 +1,111 @@
+// Writing the outgoing events: a lock state (the answer to every lock check) and a suggestion of
+// ten logins, each against two figures of the same run: the floor, a copy of the finished text
+// into a new string (no writer can do less), and the same object written by QJsonDocument, the
+// way the events were once written. Prints NAME VALUE UNIT lines.
+#include "extension/LockStateEvent.h"
+#include "extension/SuggestEvent.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringDecoder>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+using namespace pexi;
+
+namespace {
+
+constexpr int callsPerRun = 20000;
+constexpr int runs = 15;
+
+qsizetype sink = 0;
+
+void print(const char *name, double value, const char *unit)
+{
+    std::printf("%s %.*f %s\n", name, value < 10 ? 3 : 1, value, unit);
+    std::fflush(stdout);
+}
+
+// Nanoseconds per call, the median of the runs.
+template <typename Write> double nsPerCall(Write write)
+{
+    std::vector<double> perCall;
+    for (int run = 0; run <= runs; ++run) {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < callsPerRun; ++i)
+            sink += write().size();
+        const std::chrono::duration<double, std::nano> elapsed =
+            std::chrono::steady_clock::now() - start;
+        if (run > 0) // the first one warms caches and the allocator
+            perCall.push_back(elapsed.count() / callsPerRun);
+    }
+    std::sort(perCall.begin(), perCall.end());
+    return perCall.at(perCall.size() / 2);
+}
+
+QString viaQJsonDocument(const QJsonObject &object)
+{
+    const QByteArray bytes = QJsonDocument(object).toJson(QJsonDocument::Compact);
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    return decoder.decode(bytes);
+}
+
+template <typename Write, typename Reference>
+void compare(const char *name, Write write, Reference reference)
+{
+    const QString text = write();
+    if (text != reference())
+        std::fprintf(stderr, "bench-events: %s differs from QJsonDocument's text\n", name);
+    const double event = nsPerCall(write);
+    const double floor = nsPerCall([&] { return QString(text.constData(), text.size()); });
+    const double qt = nsPerCall(reference);
+    const QByteArray prefix(name);
+    print(prefix + "_to_json", event, "ns");
+    print(prefix + "_copy_floor", floor, "ns");
+    print(prefix + "_qjsondocument", qt, "ns");
+    print(prefix + "_to_json_vs_floor", event / floor, "ratio");
+    print(prefix + "_to_json_vs_qjsondocument", event / qt, "ratio");
+}
+
+} // namespace
+
+int main()
+{
+    const QString session = QStringLiteral("5f0c7a52-2d6e-4a4b-9a49-1c3f0e8b7d21");
+    const auto locked = [] { return LockState::locked; };
+    compare(
+        "lock_state", [&] { return LockStateEvent(session, true).toJson(locked); },
+        [&] {
+            return viaQJsonDocument({{"command", "pexi_lock_state"},
+                                     {"session", session},
+                                     {"locked", locked() == LockState::locked}});
+        });
+
+    QList<PartialCredential> found;
+    for (int i = 0; i < 10; ++i) {
+        const QString n = QString::number(i);
+        found.append(
+            {"user" + n + "@mail.example",
+             QStringLiteral("0e6b1a8c-3f57-4d7e-8b1d-9c2a4f6e80%1").arg(i, 2, 10, QChar(u'0')),
+             "Account " + n, "https://login.site7.com/"});
+    }
+    const SuggestEvent suggest(session, found);
+    compare(
+        "suggest_10", [&] { return suggest.toJson(); },
+        [&] {
+            QJsonArray credentials;
+            for (const PartialCredential &c : found)
+                credentials.append(QJsonObject{{"uuid", c.uuid},
+                                               {"title", c.title},
+                                               {"username", *c.username},
+                                               {"site", *c.site}});
+            return viaQJsonDocument({{"command", "credentials_suggest"},
+                                     {"session", session},
+                                     {"credentials", credentials}});
+        });
+    return sink > 0 ? 0 : 1;
+}
