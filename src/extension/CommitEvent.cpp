@@ -6,7 +6,7 @@ CommitEvent::CommitEvent() : MiniAppEvent(Command::CREDS_COMMIT)
 {
 }
 
-CommitEvent::CommitEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::CREDS_COMMIT)
+CommitEvent::CommitEvent(const JsonObject &dictionary) : MiniAppEvent(Command::CREDS_COMMIT)
 {
     requireCommand(dictionary);
 }

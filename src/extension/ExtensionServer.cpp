@@ -7,14 +7,13 @@
 #include "extension/CommitEvent.h"
 #include "extension/ExtClickedEvent.h"
 #include "extension/ExtensionError.h"
+#include "extension/JsonReader.h"
 #include "extension/LockCheckEvent.h"
 #include "extension/LockStateEvent.h"
 #include "extension/RequestEvent.h"
 #include "extension/SearchEvent.h"
 #include "extension/StoreEvent.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QUrl>
 
 #include <memory>
@@ -23,9 +22,11 @@ namespace pexi {
 
 namespace {
 
-using EventFactory = std::unique_ptr<MiniAppEvent> (*)(const QJsonObject &);
+using namespace Qt::StringLiterals;
 
-template <typename Event> std::unique_ptr<MiniAppEvent> build(const QJsonObject &dictionary)
+using EventFactory = std::unique_ptr<MiniAppEvent> (*)(const JsonObject &);
+
+template <typename Event> std::unique_ptr<MiniAppEvent> build(const JsonObject &dictionary)
 {
     return std::make_unique<Event>(dictionary);
 }
@@ -45,9 +46,9 @@ const QList<std::pair<QString, EventFactory>> &incomingEvents()
     return table;
 }
 
-std::optional<QString> optionalString(const QJsonObject &object, const QString &key)
+std::optional<QString> optionalString(const JsonObject &object, QLatin1StringView key)
 {
-    const QJsonValue value = object.value(key);
+    const JsonValue value = object.value(key);
     return value.isString() ? std::optional(value.toString()) : std::nullopt;
 }
 
@@ -191,21 +192,20 @@ void ExtensionServer::onDisconnected(WebSocket *socket)
 
 void ExtensionServer::handleTextMessage(WebSocket *socket, const QByteArray &text)
 {
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
-    if (error.error != QJsonParseError::NoError || !document.isObject()) {
+    const std::optional<JsonValue> document = JsonReader::parse(text);
+    if (!document || !document->isObject()) {
         logLine(QStringLiteral("Unable to parse json from server."));
         return;
     }
-    const QJsonObject envelope = document.object();
-    const QJsonValue data = envelope.value(QStringLiteral("data"));
-    const QJsonValue commandValue = data.toObject().value(QStringLiteral("command"));
+    const JsonObject envelope = document->toObject();
+    const JsonValue data = envelope.value("data"_L1);
+    const JsonValue commandValue = data.toObject().value("command"_L1);
     if (!data.isObject() || !commandValue.isString()) {
         logLine(QStringLiteral("message had no command identifier!"));
         return;
     }
-    m_browsers.recordMessage(optionalString(envelope, QStringLiteral("sender")),
-                             optionalString(envelope, QStringLiteral("build")));
+    m_browsers.recordMessage(optionalString(envelope, "sender"_L1),
+                             optionalString(envelope, "build"_L1));
 
     const QString command = commandValue.toString();
     EventFactory factory = nullptr;

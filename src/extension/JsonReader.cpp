@@ -1,41 +1,60 @@
 #include "extension/JsonReader.h"
 
+#include <QVarLengthArray>
 #include <QtNumeric>
+
+#include <algorithm>
 
 namespace pexi::JsonReader {
 
-namespace {
+using Type = JsonDocumentData::Type;
+using Text = JsonDocumentData::Text;
+using Node = JsonDocumentData::Node;
+using Member = JsonDocumentData::Member;
 
 class Parser
 {
 public:
-    explicit Parser(QByteArrayView text) : m_at(text.data()), m_end(text.data() + text.size()) {}
+    explicit Parser(const QByteArray &text)
+        : m_data(std::make_shared<JsonDocumentData>()), m_begin(text.constData()), m_at(m_begin),
+          m_end(m_begin + text.size())
+    {
+        m_data->source = text;
+        m_data->nodes.reserve(16);
+        m_data->members.reserve(16);
+    }
 
     std::optional<JsonValue> document()
     {
-        std::optional<JsonValue> value = this->value(0);
+        const std::optional<qsizetype> root = value(0);
         skipSpace();
-        if (!value || m_at != m_end)
+        if (!root || m_at != m_end)
             return std::nullopt;
-        return value;
+        return JsonValue(std::move(m_data), *root);
     }
 
 private:
+    qsizetype add(const Node &node)
+    {
+        m_data->nodes.push_back(node);
+        return qsizetype(m_data->nodes.size()) - 1;
+    }
+
     void skipSpace()
     {
         while (m_at < m_end && (*m_at == ' ' || *m_at == '\t' || *m_at == '\n' || *m_at == '\r'))
             ++m_at;
     }
 
-    bool literal(QByteArrayView word)
+    std::optional<qsizetype> literal(QByteArrayView word, Type type, double number = 0)
     {
         if (m_end - m_at < word.size() || QByteArrayView(m_at, word.size()) != word)
-            return false;
+            return std::nullopt;
         m_at += word.size();
-        return true;
+        return add({type, number, {}});
     }
 
-    std::optional<JsonValue> value(int depth)
+    std::optional<qsizetype> value(int depth)
     {
         skipSpace();
         if (m_at == m_end)
@@ -46,79 +65,98 @@ private:
         case '[':
             return array(depth + 1);
         case '"':
-            if (auto text = string())
-                return JsonValue(std::move(*text));
+            if (const std::optional<Text> text = string())
+                return add({Type::string, 0, *text});
             return std::nullopt;
         case 't':
-            return literal("true") ? std::optional(JsonValue(true)) : std::nullopt;
+            return literal("true", Type::boolean, 1);
         case 'f':
-            return literal("false") ? std::optional(JsonValue(false)) : std::nullopt;
+            return literal("false", Type::boolean, 0);
         case 'n':
-            return literal("null") ? std::optional(JsonValue::null()) : std::nullopt;
+            return literal("null", Type::null);
         default:
             return number();
         }
     }
 
-    std::optional<JsonValue> object(int depth)
+    std::optional<qsizetype> object(int depth)
     {
         if (depth > MaxDepth)
             return std::nullopt;
         ++m_at; // {
-        QList<JsonObject::Member> members;
+        QVarLengthArray<Member, 8> members;
         skipSpace();
-        if (m_at < m_end && *m_at == '}') {
+        if (m_at < m_end && *m_at == '}')
             ++m_at;
-            return JsonValue(JsonObject());
+        else if (!readMembers(members, depth))
+            return std::nullopt;
+
+        // Sorted by key; of equal keys the last written sorts last, and only it is kept.
+        const auto keyOrder = [this](const Member &a, const Member &b) {
+            return JsonDocumentData::compareKeys(m_data->view(a.key), m_data->view(b.key)) < 0;
+        };
+        std::stable_sort(members.begin(), members.end(), keyOrder);
+        const qsizetype start = qsizetype(m_data->members.size());
+        for (qsizetype i = 0; i < members.size(); ++i) {
+            if (i + 1 == members.size() || keyOrder(members[i], members[i + 1]))
+                m_data->members.push_back(members[i]);
         }
+        return add({Type::object, 0, {false, start, qsizetype(m_data->members.size()) - start}});
+    }
+
+    bool readMembers(QVarLengthArray<Member, 8> &members, int depth)
+    {
         for (;;) {
             skipSpace();
             if (m_at == m_end || *m_at != '"')
-                return std::nullopt;
-            std::optional<QString> key = string();
+                return false;
+            const std::optional<Text> key = string();
             skipSpace();
             if (!key || m_at == m_end || *m_at++ != ':')
-                return std::nullopt;
-            std::optional<JsonValue> member = value(depth);
+                return false;
+            const std::optional<qsizetype> member = value(depth);
             if (!member)
-                return std::nullopt;
-            members.append({std::move(*key), std::move(*member)});
+                return false;
+            members.append({*key, *member});
             skipSpace();
             if (m_at == m_end)
-                return std::nullopt;
+                return false;
             const char next = *m_at++;
             if (next == '}')
-                return JsonValue(JsonObject(std::move(members)));
+                return true;
             if (next != ',')
-                return std::nullopt;
+                return false;
         }
     }
 
-    std::optional<JsonValue> array(int depth)
+    std::optional<qsizetype> array(int depth)
     {
         if (depth > MaxDepth)
             return std::nullopt;
         ++m_at; // [
-        QList<JsonValue> items;
+        QVarLengthArray<qsizetype, 8> items;
         skipSpace();
         if (m_at < m_end && *m_at == ']') {
             ++m_at;
-            return JsonValue(std::move(items));
+        } else {
+            for (;;) {
+                const std::optional<qsizetype> item = value(depth);
+                if (!item)
+                    return std::nullopt;
+                items.append(*item);
+                skipSpace();
+                if (m_at == m_end)
+                    return std::nullopt;
+                const char next = *m_at++;
+                if (next == ']')
+                    break;
+                if (next != ',')
+                    return std::nullopt;
+            }
         }
-        for (;;) {
-            std::optional<JsonValue> item = value(depth);
-            if (!item)
-                return std::nullopt;
-            items.append(std::move(*item));
-            skipSpace();
-            if (m_at == m_end)
-                return std::nullopt;
-            const char next = *m_at++;
-            if (next == ']')
-                return JsonValue(std::move(items));
-            if (next != ',')
-                return std::nullopt;
-        }
+        const qsizetype start = qsizetype(m_data->elements.size());
+        m_data->elements.insert(m_data->elements.end(), items.begin(), items.end());
+        return add({Type::array, 0, {false, start, items.size()}});
     }
 
     static int hexDigit(char c)
@@ -132,53 +170,52 @@ private:
         return -1;
     }
 
-    std::optional<QString> string()
+    std::optional<Text> string()
     {
         ++m_at; // "
         const char *start = m_at;
-        // The common case: no escapes, decoded in one go.
+        // The common case: no escapes, so the text stays where it is.
         while (m_at < m_end && *m_at != '"' && *m_at != '\\' && quint8(*m_at) >= 0x20)
             ++m_at;
         if (m_at < m_end && *m_at == '"')
-            return QString::fromUtf8(start, m_at++ - start);
+            return Text{false, start - m_begin, m_at++ - start};
 
-        QString text = QString::fromUtf8(start, m_at - start);
-        QByteArray run; // UTF-8 since the last escape
+        QString &out = m_data->unescaped;
+        const qsizetype first = out.size();
+        const char *run = start; // UTF-8 not yet copied
         for (;;) {
             if (m_at == m_end || quint8(*m_at) < 0x20)
                 return std::nullopt;
-            const char c = *m_at++;
-            if (c == '"')
+            if (*m_at == '"')
                 break;
-            if (c != '\\') {
-                run.append(c);
+            if (*m_at != '\\') {
+                ++m_at;
                 continue;
             }
-            if (m_at == m_end)
+            out += QString::fromUtf8(run, m_at - run);
+            if (++m_at == m_end)
                 return std::nullopt;
-            text += QString::fromUtf8(run);
-            run.clear();
             const char escape = *m_at++;
             switch (escape) {
             case '"':
             case '\\':
             case '/':
-                text += QLatin1Char(escape);
+                out += QLatin1Char(escape);
                 break;
             case 'b':
-                text += u'\b';
+                out += u'\b';
                 break;
             case 'f':
-                text += u'\f';
+                out += u'\f';
                 break;
             case 'n':
-                text += u'\n';
+                out += u'\n';
                 break;
             case 'r':
-                text += u'\r';
+                out += u'\r';
                 break;
             case 't':
-                text += u'\t';
+                out += u'\t';
                 break;
             case 'u': {
                 if (m_end - m_at < 4)
@@ -190,18 +227,20 @@ private:
                         return std::nullopt;
                     unit = char16_t(unit << 4 | digit);
                 }
-                text += QChar(unit);
+                out += QChar(unit);
                 break;
             }
             default:
                 return std::nullopt;
             }
+            run = m_at;
         }
-        text += QString::fromUtf8(run);
-        return text;
+        out += QString::fromUtf8(run, m_at - run);
+        ++m_at; // "
+        return Text{true, first, out.size() - first};
     }
 
-    std::optional<JsonValue> number()
+    std::optional<qsizetype> number()
     {
         const char *start = m_at;
         const auto digits = [this] {
@@ -232,16 +271,16 @@ private:
         const double value = QByteArrayView(start, m_at - start).toDouble(&ok); // C locale
         if (!ok || !qIsFinite(value))
             return std::nullopt;
-        return JsonValue(value);
+        return add({Type::number, value, {}});
     }
 
+    std::shared_ptr<JsonDocumentData> m_data;
+    const char *m_begin;
     const char *m_at;
     const char *m_end;
 };
 
-} // namespace
-
-std::optional<JsonValue> parse(QByteArrayView utf8)
+std::optional<JsonValue> parse(const QByteArray &utf8)
 {
     return Parser(utf8).document();
 }

@@ -2,7 +2,7 @@
 
 #include "extension/JsonValue.h"
 
-#include <QByteArrayView>
+#include <QByteArray>
 
 #include <optional>
 
@@ -15,7 +15,8 @@ namespace JsonReader {
 // Arrays and objects nested deeper than this are refused.
 constexpr int MaxDepth = 1024;
 
-std::optional<JsonValue> parse(QByteArrayView utf8);
+// The values share `utf8` rather than copying out what needs no unescaping.
+std::optional<JsonValue> parse(const QByteArray &utf8);
 
 } // namespace JsonReader
 

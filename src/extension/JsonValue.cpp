@@ -1,75 +1,100 @@
 #include "extension/JsonValue.h"
 
 #include <algorithm>
+#include <optional>
+#include <type_traits>
 
 namespace pexi {
 
-JsonValue JsonValue::null()
+QAnyStringView JsonDocumentData::view(const Text &text) const
 {
-    JsonValue value;
-    value.m_type = Type::null;
-    return value;
+    if (text.utf16)
+        return QStringView(unescaped).sliced(text.start, text.length);
+    return QUtf8StringView(source.constData() + text.start, text.length);
 }
 
-JsonValue::JsonValue(bool value) : m_type(Type::boolean), m_number(value ? 1 : 0)
+namespace {
+
+// The bytes of a UTF-8 or Latin-1 text that is all ASCII; nothing otherwise.
+std::optional<QByteArrayView> asciiBytes(QAnyStringView text)
 {
+    return text.visit([](auto view) -> std::optional<QByteArrayView> {
+        if constexpr (std::is_same_v<decltype(view), QStringView>) {
+            return std::nullopt;
+        } else {
+            const QByteArrayView bytes(view.data(), view.size());
+            const bool ascii =
+                std::all_of(bytes.begin(), bytes.end(), [](char c) { return quint8(c) < 0x80; });
+            return ascii ? std::optional(bytes) : std::nullopt;
+        }
+    });
 }
 
-JsonValue::JsonValue(double value) : m_type(Type::number), m_number(value)
+} // namespace
+
+int JsonDocumentData::compareKeys(QAnyStringView a, QAnyStringView b)
 {
+    // Keys are nearly always ASCII, where bytes compare as characters do in every encoding.
+    const std::optional<QByteArrayView> left = asciiBytes(a);
+    const std::optional<QByteArrayView> right = left ? asciiBytes(b) : std::nullopt;
+    if (left && right)
+        return left->compare(*right);
+    return QAnyStringView::compare(a, b);
 }
 
-JsonValue::JsonValue(QString value) : m_type(Type::string), m_string(std::move(value))
+QString JsonValue::toString() const
 {
-}
-
-JsonValue::JsonValue(QList<JsonValue> array)
-    : m_type(Type::array), m_array(std::make_shared<const QList<JsonValue>>(std::move(array)))
-{
-}
-
-JsonValue::JsonValue(JsonObject object)
-    : m_type(Type::object), m_object(std::make_shared<const JsonObject>(std::move(object)))
-{
+    return isString() ? m_document->view(node().text).toString() : QString();
 }
 
 QList<JsonValue> JsonValue::toArray() const
 {
-    return m_array ? *m_array : QList<JsonValue>();
+    QList<JsonValue> items;
+    if (!isArray())
+        return items;
+    const JsonDocumentData::Text &range = node().text;
+    items.reserve(range.length);
+    for (qsizetype i = 0; i < range.length; ++i)
+        items.append(JsonValue(m_document, m_document->elements[size_t(range.start + i)]));
+    return items;
 }
 
 JsonObject JsonValue::toObject() const
 {
-    return m_object ? *m_object : JsonObject();
+    return isObject() ? JsonObject(m_document, m_node) : JsonObject();
 }
 
-JsonObject::JsonObject(QList<Member> members) : m_members(std::move(members))
+qsizetype JsonObject::size() const
 {
-    if (m_members.size() < 2)
-        return;
-    std::stable_sort(m_members.begin(), m_members.end(),
-                     [](const Member &a, const Member &b) { return a.first < b.first; });
-    // Of equal keys, the last written sorts last: keep that one.
-    qsizetype kept = 0;
-    for (qsizetype i = 0; i < m_members.size(); ++i) {
-        if (i + 1 < m_members.size() && m_members.at(i + 1).first == m_members.at(i).first)
-            continue;
-        if (kept != i)
-            m_members[kept] = std::move(m_members[i]);
-        ++kept;
-    }
-    m_members.resize(kept);
+    return m_document ? m_document->nodes[size_t(m_node)].text.length : 0;
+}
+
+const JsonDocumentData::Member &JsonObject::member(qsizetype index) const
+{
+    return m_document->members[size_t(m_document->nodes[size_t(m_node)].text.start + index)];
+}
+
+JsonObject::Member JsonObject::Iterator::operator*() const
+{
+    const JsonDocumentData::Member &member = m_object->member(m_index);
+    return {m_object->m_document->view(member.key), JsonValue(m_object->m_document, member.value)};
 }
 
 JsonValue JsonObject::value(QAnyStringView key) const
 {
-    const auto found = std::lower_bound(m_members.cbegin(), m_members.cend(), key,
-                                        [](const Member &member, QAnyStringView k) {
-                                            return QAnyStringView::compare(member.first, k) < 0;
-                                        });
-    return found != m_members.cend() && QAnyStringView::compare(found->first, key) == 0
-               ? found->second
-               : JsonValue();
+    qsizetype low = 0, high = size();
+    while (low < high) {
+        const qsizetype middle = (low + high) / 2;
+        const JsonDocumentData::Member &candidate = member(middle);
+        const int order = JsonDocumentData::compareKeys(m_document->view(candidate.key), key);
+        if (order == 0)
+            return JsonValue(m_document, candidate.value);
+        if (order < 0)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return JsonValue();
 }
 
 } // namespace pexi

@@ -1,74 +1,138 @@
 #pragma once
 
 #include <QAnyStringView>
+#include <QByteArray>
 #include <QList>
 #include <QString>
 
 #include <memory>
-#include <utility>
+#include <vector>
 
 namespace pexi {
 
 class JsonObject;
 
-// One value of a message read from an extension: what JsonReader makes of the text. Copies are
-// cheap (objects and arrays are shared). Asked for the wrong type, it answers with an empty one,
-// as QJsonValue does.
+namespace JsonReader {
+class Parser;
+}
+
+// What JsonReader made of one text: every value in one block, strings left in the text where
+// they need no unescaping. Values and objects point into it and keep it alive.
+struct JsonDocumentData
+{
+    enum class Type : quint8 { null, boolean, number, string, array, object };
+
+    // A string: UTF-8 in the source text, or UTF-16 in `unescaped` when it had escapes.
+    struct Text
+    {
+        bool utf16 = false;
+        qsizetype start = 0;
+        qsizetype length = 0;
+    };
+    struct Node
+    {
+        Type type = Type::null;
+        double number = 0; // also the boolean, as 0 or 1
+        Text text; // a string; for arrays and objects, where their children start and how many
+    };
+    struct Member
+    {
+        Text key;
+        qsizetype value;
+    };
+
+    QAnyStringView view(const Text &text) const;
+    // The order of keys in an object, and of lookups in it.
+    static int compareKeys(QAnyStringView a, QAnyStringView b);
+
+    QByteArray source;
+    QString unescaped;
+    std::vector<Node> nodes;
+    std::vector<Member> members; // each object's run sorted by key, one member per key
+    std::vector<qsizetype> elements;
+};
+
+// One value of a message read from an extension. Copies are cheap: they share the document.
+// Asked for the wrong type, it answers with an empty one, as QJsonValue does.
 class JsonValue
 {
 public:
-    enum class Type { undefined, null, boolean, number, string, array, object };
-
     JsonValue() = default;
-    static JsonValue null();
-    explicit JsonValue(bool value);
-    explicit JsonValue(double value);
-    explicit JsonValue(QString value);
-    explicit JsonValue(QList<JsonValue> array);
-    explicit JsonValue(JsonObject object);
 
-    Type type() const { return m_type; }
-    bool isUndefined() const { return m_type == Type::undefined; }
-    bool isNull() const { return m_type == Type::null; }
-    bool isBool() const { return m_type == Type::boolean; }
-    bool isDouble() const { return m_type == Type::number; }
-    bool isString() const { return m_type == Type::string; }
-    bool isArray() const { return m_type == Type::array; }
-    bool isObject() const { return m_type == Type::object; }
+    bool isUndefined() const { return !m_document; }
+    bool isNull() const { return is(JsonDocumentData::Type::null); }
+    bool isBool() const { return is(JsonDocumentData::Type::boolean); }
+    bool isDouble() const { return is(JsonDocumentData::Type::number); }
+    bool isString() const { return is(JsonDocumentData::Type::string); }
+    bool isArray() const { return is(JsonDocumentData::Type::array); }
+    bool isObject() const { return is(JsonDocumentData::Type::object); }
 
-    bool toBool() const { return isBool() && m_number != 0; }
-    double toDouble() const { return isDouble() ? m_number : 0; }
-    QString toString() const { return m_string; }
+    bool toBool() const { return isBool() && node().number != 0; }
+    double toDouble() const { return isDouble() ? node().number : 0; }
+    QString toString() const;
     QList<JsonValue> toArray() const;
     JsonObject toObject() const;
 
 private:
-    Type m_type = Type::undefined;
-    double m_number = 0;
-    QString m_string;
-    std::shared_ptr<const QList<JsonValue>> m_array;
-    std::shared_ptr<const JsonObject> m_object;
+    friend class JsonObject;
+    friend class JsonReader::Parser;
+    JsonValue(std::shared_ptr<const JsonDocumentData> document, qsizetype node)
+        : m_document(std::move(document)), m_node(node)
+    {
+    }
+    bool is(JsonDocumentData::Type type) const { return m_document && node().type == type; }
+    const JsonDocumentData::Node &node() const { return m_document->nodes[size_t(m_node)]; }
+
+    std::shared_ptr<const JsonDocumentData> m_document;
+    qsizetype m_node = 0;
 };
 
 // The members of a JSON object, sorted by key, each key once (the last one written wins).
 class JsonObject
 {
 public:
-    using Member = std::pair<QString, JsonValue>;
+    struct Member
+    {
+        QAnyStringView key;
+        JsonValue value;
+    };
+    class Iterator
+    {
+    public:
+        Member operator*() const;
+        Iterator &operator++()
+        {
+            ++m_index;
+            return *this;
+        }
+        bool operator==(const Iterator &other) const { return m_index == other.m_index; }
+
+    private:
+        friend class JsonObject;
+        Iterator(const JsonObject &object, qsizetype index) : m_object(&object), m_index(index) {}
+        const JsonObject *m_object;
+        qsizetype m_index;
+    };
 
     JsonObject() = default;
-    // Sorts `members` and drops all but the last of each key.
-    explicit JsonObject(QList<Member> members);
 
     // Undefined when the key is missing.
     JsonValue value(QAnyStringView key) const;
-    bool isEmpty() const { return m_members.isEmpty(); }
-    qsizetype size() const { return m_members.size(); }
-    QList<Member>::const_iterator begin() const { return m_members.cbegin(); }
-    QList<Member>::const_iterator end() const { return m_members.cend(); }
+    qsizetype size() const;
+    bool isEmpty() const { return size() == 0; }
+    Iterator begin() const { return Iterator(*this, 0); }
+    Iterator end() const { return Iterator(*this, size()); }
 
 private:
-    QList<Member> m_members;
+    friend class JsonValue;
+    JsonObject(std::shared_ptr<const JsonDocumentData> document, qsizetype node)
+        : m_document(std::move(document)), m_node(node)
+    {
+    }
+    const JsonDocumentData::Member &member(qsizetype index) const;
+
+    std::shared_ptr<const JsonDocumentData> m_document;
+    qsizetype m_node = 0;
 };
 
 } // namespace pexi

@@ -9,7 +9,7 @@ LockCheckEvent::LockCheckEvent(const std::optional<QString> &session)
 {
 }
 
-LockCheckEvent::LockCheckEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::LOCK_CHECK)
+LockCheckEvent::LockCheckEvent(const JsonObject &dictionary) : MiniAppEvent(Command::LOCK_CHECK)
 {
     requireCommand(dictionary);
     m_session = optionalString(dictionary, "session"_L1);

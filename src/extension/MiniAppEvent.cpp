@@ -2,29 +2,30 @@
 
 #include "extension/ExtensionError.h"
 
-#include <QJsonValue>
+#include "extension/JsonValue.h"
 
 namespace pexi {
 
 using namespace Qt::StringLiterals;
 
-void MiniAppEvent::requireCommand(const QJsonObject &dictionary)
+void MiniAppEvent::requireCommand(const JsonObject &dictionary)
 {
-    requiredString(dictionary, "command"_L1);
+    if (!dictionary.value("command"_L1).isString())
+        throw ExtensionError(ExtensionError::Kind::parseError);
 }
 
-QString MiniAppEvent::requiredString(const QJsonObject &dictionary, QLatin1StringView key)
+QString MiniAppEvent::requiredString(const JsonObject &dictionary, QLatin1StringView key)
 {
-    const QJsonValue value = dictionary.value(key);
+    const JsonValue value = dictionary.value(key);
     if (!value.isString())
         throw ExtensionError(ExtensionError::Kind::parseError);
     return value.toString();
 }
 
-std::optional<QString> MiniAppEvent::optionalString(const QJsonObject &dictionary,
+std::optional<QString> MiniAppEvent::optionalString(const JsonObject &dictionary,
                                                     QLatin1StringView key)
 {
-    const QJsonValue value = dictionary.value(key);
+    const JsonValue value = dictionary.value(key);
     if (!value.isString())
         return std::nullopt;
     return value.toString();

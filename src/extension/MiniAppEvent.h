@@ -2,7 +2,7 @@
 
 #include "extension/Command.h"
 
-#include <QJsonObject>
+#include "extension/JsonValue.h"
 #include <QString>
 
 #include <optional>
@@ -28,10 +28,10 @@ protected:
     // The helpers below throw ExtensionError::Kind::parseError and never say which key failed.
 
     // Every incoming dictionary needs a "command" string; its value was matched by the server.
-    static void requireCommand(const QJsonObject &dictionary);
-    static QString requiredString(const QJsonObject &dictionary, QLatin1StringView key);
+    static void requireCommand(const JsonObject &dictionary);
+    static QString requiredString(const JsonObject &dictionary, QLatin1StringView key);
     // Absent or not a string: empty, without an error.
-    static std::optional<QString> optionalString(const QJsonObject &dictionary,
+    static std::optional<QString> optionalString(const JsonObject &dictionary,
                                                  QLatin1StringView key);
 
 private:

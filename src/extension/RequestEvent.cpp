@@ -9,7 +9,7 @@ RequestEvent::RequestEvent(const QString &uuid, const QString &session)
 {
 }
 
-RequestEvent::RequestEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::CREDS_REQUEST)
+RequestEvent::RequestEvent(const JsonObject &dictionary) : MiniAppEvent(Command::CREDS_REQUEST)
 {
     requireCommand(dictionary);
     m_uuid = requiredString(dictionary, "uuid"_L1);

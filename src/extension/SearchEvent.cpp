@@ -9,7 +9,7 @@ SearchEvent::SearchEvent(const QString &site, const QString &session)
 {
 }
 
-SearchEvent::SearchEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::CREDS_SEARCH)
+SearchEvent::SearchEvent(const JsonObject &dictionary) : MiniAppEvent(Command::CREDS_SEARCH)
 {
     requireCommand(dictionary);
     m_site = requiredString(dictionary, "site"_L1);

@@ -10,7 +10,7 @@ class SearchEvent : public MiniAppEvent
 public:
     SearchEvent(const QString &site, const QString &session);
     // Needs "command", "site" and "session" strings. Throws ExtensionError.
-    explicit SearchEvent(const QJsonObject &dictionary);
+    explicit SearchEvent(const JsonObject &dictionary);
 
     const QString &site() const { return m_site; }
     const QString &session() const { return m_session; }

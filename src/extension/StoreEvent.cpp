@@ -13,14 +13,14 @@ StoreEvent::StoreEvent(const QString &title, const QString &site, const QString 
 {
 }
 
-StoreEvent::StoreEvent(const QJsonObject &dictionary) : MiniAppEvent(Command::CREDS_STORE)
+StoreEvent::StoreEvent(const JsonObject &dictionary) : MiniAppEvent(Command::CREDS_STORE)
 {
     requireCommand(dictionary);
     m_site = requiredString(dictionary, "site"_L1);
-    const QJsonValue credential = dictionary.value("credential"_L1);
+    const JsonValue credential = dictionary.value("credential"_L1);
     if (!credential.isObject() || credential.toObject().isEmpty())
         throw ExtensionError(ExtensionError::Kind::parseError);
-    const QJsonObject fields = credential.toObject();
+    const JsonObject fields = credential.toObject();
     m_title = requiredString(fields, "title"_L1);
     m_username = requiredString(fields, "username"_L1);
     m_password = requiredString(fields, "password"_L1);

@@ -45,7 +45,11 @@ void WebSocket::sendTextMessage(const QString &text)
 {
     if (m_state != State::open)
         return;
-    appendFrame(m_output, Opcode::text, text.toUtf8());
+    // Encoded into a buffer kept from one answer to the next, so that answering allocates nothing.
+    m_encoded.resize(m_encoder.requiredSpace(text.size()));
+    const char *end = m_encoder.appendToBuffer(m_encoded.data(), text);
+    m_encoded.resize(end - m_encoded.constData());
+    appendFrame(m_output, Opcode::text, m_encoded);
     flushUnlessDelivering();
 }
 

@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QObject>
 #include <QString>
+#include <QStringEncoder>
 #include <QTimer>
 
 #include <functional>
@@ -87,6 +88,8 @@ private:
     QTimer m_deadline;
     QByteArray m_request;
     WebSocketFrameReader m_reader;
+    QStringEncoder m_encoder{QStringEncoder::Utf8, QStringEncoder::Flag::Stateless};
+    QByteArray m_encoded;
     QByteArray m_output;
     qsizetype m_written = 0;
     bool m_delivering = false;
