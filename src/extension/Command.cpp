@@ -9,25 +9,30 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-constexpr std::array<std::pair<Command, QLatin1StringView>, 11> rawValues{{
-    {Command::LOCK_CHECK, "pexi_lock_check"_L1},
-    {Command::LOCK_STATE, "pexi_lock_state"_L1},
-    {Command::CREDS_SEARCH, "credentials_search"_L1},
-    {Command::CREDS_SUGGEST, "credentials_suggest"_L1},
-    {Command::CREDS_REQUEST, "request_credential"_L1},
-    {Command::CREDS_PROVIDE, "provide_credential"_L1},
-    {Command::CREDS_STORE, "credentials_store"_L1},
-    {Command::CREDS_COMMIT, "credentials_commit"_L1},
-    {Command::CREDS_ABORT, "credentials_abort"_L1},
-    {Command::EXT_CLICKED, "ext_icon_clicked"_L1},
-    {Command::NAVIGATE, "navigate"_L1},
-}};
+// QString literals: handing one out allocates nothing.
+const std::array<std::pair<Command, QString>, 11> &rawValues()
+{
+    static const std::array<std::pair<Command, QString>, 11> table{{
+        {Command::LOCK_CHECK, u"pexi_lock_check"_s},
+        {Command::LOCK_STATE, u"pexi_lock_state"_s},
+        {Command::CREDS_SEARCH, u"credentials_search"_s},
+        {Command::CREDS_SUGGEST, u"credentials_suggest"_s},
+        {Command::CREDS_REQUEST, u"request_credential"_s},
+        {Command::CREDS_PROVIDE, u"provide_credential"_s},
+        {Command::CREDS_STORE, u"credentials_store"_s},
+        {Command::CREDS_COMMIT, u"credentials_commit"_s},
+        {Command::CREDS_ABORT, u"credentials_abort"_s},
+        {Command::EXT_CLICKED, u"ext_icon_clicked"_s},
+        {Command::NAVIGATE, u"navigate"_s},
+    }};
+    return table;
+}
 
 } // namespace
 
 QString toRaw(Command command)
 {
-    for (const auto &[candidate, raw] : rawValues) {
+    for (const auto &[candidate, raw] : rawValues()) {
         if (candidate == command)
             return raw;
     }
@@ -37,7 +42,7 @@ QString toRaw(Command command)
 
 std::optional<Command> commandFromRaw(QStringView raw)
 {
-    for (const auto &[command, candidate] : rawValues) {
+    for (const auto &[command, candidate] : rawValues()) {
         if (raw == candidate)
             return command;
     }

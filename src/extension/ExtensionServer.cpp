@@ -207,16 +207,16 @@ void ExtensionServer::handleTextMessage(WebSocket *socket, const QByteArray &tex
     m_browsers.recordMessage(optionalString(envelope, "sender"_L1),
                              optionalString(envelope, "build"_L1));
 
-    const QString command = commandValue.toString();
+    const QAnyStringView command = commandValue.toStringView();
     EventFactory factory = nullptr;
     for (const auto &[raw, make] : incomingEvents()) {
-        if (raw == command) {
+        if (QAnyStringView::equal(raw, command)) {
             factory = make;
             break;
         }
     }
     if (!factory) {
-        logLine(QStringLiteral("message had unrecognized command '%1'").arg(command));
+        logLine(QStringLiteral("message had unrecognized command '%1'").arg(command.toString()));
         return;
     }
     std::unique_ptr<MiniAppEvent> event;

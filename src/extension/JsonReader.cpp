@@ -20,8 +20,6 @@ public:
           m_end(m_begin + text.size())
     {
         m_data->source = text;
-        m_data->nodes.reserve(16);
-        m_data->members.reserve(16);
     }
 
     std::optional<JsonValue> document()
@@ -36,8 +34,8 @@ public:
 private:
     qsizetype add(const Node &node)
     {
-        m_data->nodes.push_back(node);
-        return qsizetype(m_data->nodes.size()) - 1;
+        m_data->nodes.append(node);
+        return m_data->nodes.size() - 1;
     }
 
     void skipSpace()
@@ -93,15 +91,26 @@ private:
 
         // Sorted by key; of equal keys the last written sorts last, and only it is kept.
         const auto keyOrder = [this](const Member &a, const Member &b) {
-            return JsonDocumentData::compareKeys(m_data->view(a.key), m_data->view(b.key)) < 0;
+            return m_data->compare(a.key, b.key) < 0;
         };
-        std::stable_sort(members.begin(), members.end(), keyOrder);
-        const qsizetype start = qsizetype(m_data->members.size());
+        if (members.size() <= 16) {
+            // Insertion sort: stable, and without the buffer std::stable_sort allocates.
+            for (qsizetype i = 1; i < members.size(); ++i) {
+                const Member moving = members[i];
+                qsizetype j = i;
+                for (; j > 0 && keyOrder(moving, members[j - 1]); --j)
+                    members[j] = members[j - 1];
+                members[j] = moving;
+            }
+        } else {
+            std::stable_sort(members.begin(), members.end(), keyOrder);
+        }
+        const qsizetype start = m_data->members.size();
         for (qsizetype i = 0; i < members.size(); ++i) {
             if (i + 1 == members.size() || keyOrder(members[i], members[i + 1]))
-                m_data->members.push_back(members[i]);
+                m_data->members.append(members[i]);
         }
-        return add({Type::object, 0, {false, start, qsizetype(m_data->members.size()) - start}});
+        return add({Type::object, 0, {false, false, start, m_data->members.size() - start}});
     }
 
     bool readMembers(QVarLengthArray<Member, 8> &members, int depth)
@@ -154,9 +163,9 @@ private:
                     return std::nullopt;
             }
         }
-        const qsizetype start = qsizetype(m_data->elements.size());
-        m_data->elements.insert(m_data->elements.end(), items.begin(), items.end());
-        return add({Type::array, 0, {false, start, items.size()}});
+        const qsizetype start = m_data->elements.size();
+        m_data->elements.append(items.constData(), items.size());
+        return add({Type::array, 0, {false, false, start, items.size()}});
     }
 
     static int hexDigit(char c)
@@ -175,10 +184,13 @@ private:
         ++m_at; // "
         const char *start = m_at;
         // The common case: no escapes, so the text stays where it is.
-        while (m_at < m_end && *m_at != '"' && *m_at != '\\' && quint8(*m_at) >= 0x20)
+        bool ascii = true;
+        while (m_at < m_end && *m_at != '"' && *m_at != '\\' && quint8(*m_at) >= 0x20) {
+            ascii = ascii && quint8(*m_at) < 0x80;
             ++m_at;
+        }
         if (m_at < m_end && *m_at == '"')
-            return Text{false, start - m_begin, m_at++ - start};
+            return Text{false, ascii, start - m_begin, m_at++ - start};
 
         QString &out = m_data->unescaped;
         const qsizetype first = out.size();
@@ -237,7 +249,7 @@ private:
         }
         out += QString::fromUtf8(run, m_at - run);
         ++m_at; // "
-        return Text{true, first, out.size() - first};
+        return Text{true, false, first, out.size() - first};
     }
 
     std::optional<qsizetype> number()

@@ -13,38 +13,42 @@ QAnyStringView JsonDocumentData::view(const Text &text) const
     return QUtf8StringView(source.constData() + text.start, text.length);
 }
 
-namespace {
-
-// The bytes of a UTF-8 or Latin-1 text that is all ASCII; nothing otherwise.
-std::optional<QByteArrayView> asciiBytes(QAnyStringView text)
+int JsonDocumentData::compare(const Text &key, QAnyStringView other) const
 {
-    return text.visit([](auto view) -> std::optional<QByteArrayView> {
-        if constexpr (std::is_same_v<decltype(view), QStringView>) {
-            return std::nullopt;
-        } else {
-            const QByteArrayView bytes(view.data(), view.size());
-            const bool ascii =
-                std::all_of(bytes.begin(), bytes.end(), [](char c) { return quint8(c) < 0x80; });
-            return ascii ? std::optional(bytes) : std::nullopt;
-        }
-    });
+    if (key.ascii) {
+        const std::optional<QByteArrayView> otherAscii =
+            other.visit([](auto view) -> std::optional<QByteArrayView> {
+                if constexpr (std::is_same_v<decltype(view), QStringView>) {
+                    return std::nullopt;
+                } else {
+                    const QByteArrayView bytes(view.data(), view.size());
+                    const bool ascii = std::all_of(bytes.begin(), bytes.end(),
+                                                   [](char c) { return quint8(c) < 0x80; });
+                    return ascii ? std::optional(bytes) : std::nullopt;
+                }
+            });
+        if (otherAscii)
+            return QByteArrayView(source.constData() + key.start, key.length).compare(*otherAscii);
+    }
+    return QAnyStringView::compare(view(key), other);
 }
 
-} // namespace
-
-int JsonDocumentData::compareKeys(QAnyStringView a, QAnyStringView b)
+int JsonDocumentData::compare(const Text &a, const Text &b) const
 {
-    // Keys are nearly always ASCII, where bytes compare as characters do in every encoding.
-    const std::optional<QByteArrayView> left = asciiBytes(a);
-    const std::optional<QByteArrayView> right = left ? asciiBytes(b) : std::nullopt;
-    if (left && right)
-        return left->compare(*right);
-    return QAnyStringView::compare(a, b);
+    if (a.ascii && b.ascii)
+        return QByteArrayView(source.constData() + a.start, a.length)
+            .compare(QByteArrayView(source.constData() + b.start, b.length));
+    return QAnyStringView::compare(view(a), view(b));
 }
 
 QString JsonValue::toString() const
 {
-    return isString() ? m_document->view(node().text).toString() : QString();
+    return toStringView().toString();
+}
+
+QAnyStringView JsonValue::toStringView() const
+{
+    return isString() ? m_document->view(node().text) : QAnyStringView();
 }
 
 QList<JsonValue> JsonValue::toArray() const
@@ -55,7 +59,7 @@ QList<JsonValue> JsonValue::toArray() const
     const JsonDocumentData::Text &range = node().text;
     items.reserve(range.length);
     for (qsizetype i = 0; i < range.length; ++i)
-        items.append(JsonValue(m_document, m_document->elements[size_t(range.start + i)]));
+        items.append(JsonValue(m_document, m_document->elements[range.start + i]));
     return items;
 }
 
@@ -66,12 +70,12 @@ JsonObject JsonValue::toObject() const
 
 qsizetype JsonObject::size() const
 {
-    return m_document ? m_document->nodes[size_t(m_node)].text.length : 0;
+    return m_document ? m_document->nodes[m_node].text.length : 0;
 }
 
 const JsonDocumentData::Member &JsonObject::member(qsizetype index) const
 {
-    return m_document->members[size_t(m_document->nodes[size_t(m_node)].text.start + index)];
+    return m_document->members[m_document->nodes[m_node].text.start + index];
 }
 
 JsonObject::Member JsonObject::Iterator::operator*() const
@@ -86,7 +90,7 @@ JsonValue JsonObject::value(QAnyStringView key) const
     while (low < high) {
         const qsizetype middle = (low + high) / 2;
         const JsonDocumentData::Member &candidate = member(middle);
-        const int order = JsonDocumentData::compareKeys(m_document->view(candidate.key), key);
+        const int order = m_document->compare(candidate.key, key);
         if (order == 0)
             return JsonValue(m_document, candidate.value);
         if (order < 0)

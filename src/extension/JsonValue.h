@@ -4,9 +4,9 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QVarLengthArray>
 
 #include <memory>
-#include <vector>
 
 namespace pexi {
 
@@ -26,6 +26,7 @@ struct JsonDocumentData
     struct Text
     {
         bool utf16 = false;
+        bool ascii = false; // UTF-8 that is all ASCII
         qsizetype start = 0;
         qsizetype length = 0;
     };
@@ -42,14 +43,17 @@ struct JsonDocumentData
     };
 
     QAnyStringView view(const Text &text) const;
-    // The order of keys in an object, and of lookups in it.
-    static int compareKeys(QAnyStringView a, QAnyStringView b);
+    // The order of keys in an object, and of lookups in it: QAnyStringView::compare, with a
+    // short cut for ASCII keys, where bytes compare as characters do in every encoding.
+    int compare(const Text &key, QAnyStringView other) const;
+    int compare(const Text &a, const Text &b) const;
 
     QByteArray source;
     QString unescaped;
-    std::vector<Node> nodes;
-    std::vector<Member> members; // each object's run sorted by key, one member per key
-    std::vector<qsizetype> elements;
+    // Room for a usual message inside the block itself, so that reading one allocates once.
+    QVarLengthArray<Node, 16> nodes;
+    QVarLengthArray<Member, 16> members; // each object's run sorted by key, one member per key
+    QVarLengthArray<qsizetype, 8> elements;
 };
 
 // One value of a message read from an extension. Copies are cheap: they share the document.
@@ -70,6 +74,8 @@ public:
     bool toBool() const { return isBool() && node().number != 0; }
     double toDouble() const { return isDouble() ? node().number : 0; }
     QString toString() const;
+    // The string without copying it out; valid while this value or a copy of it lives.
+    QAnyStringView toStringView() const;
     QList<JsonValue> toArray() const;
     JsonObject toObject() const;
 
@@ -81,7 +87,7 @@ private:
     {
     }
     bool is(JsonDocumentData::Type type) const { return m_document && node().type == type; }
-    const JsonDocumentData::Node &node() const { return m_document->nodes[size_t(m_node)]; }
+    const JsonDocumentData::Node &node() const { return m_document->nodes[m_node]; }
 
     std::shared_ptr<const JsonDocumentData> m_document;
     qsizetype m_node = 0;
