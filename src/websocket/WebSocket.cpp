@@ -53,12 +53,6 @@ void WebSocket::sendTextMessage(const QString &text)
     flushUnlessDelivering();
 }
 
-void WebSocket::close(CloseCode code, const QString &reason)
-{
-    if (m_state == State::open)
-        startClosing(code, reason.toUtf8());
-}
-
 void WebSocket::onReadable()
 {
     char chunk[64 * 1024];
@@ -150,7 +144,7 @@ void WebSocket::deliver()
     m_delivering = false;
     if (m_state == State::open) {
         if (const auto violation = m_reader.violation())
-            startClosing(*violation, {});
+            startClosing(*violation);
     }
     flush();
 }
@@ -176,13 +170,11 @@ void WebSocket::receiveClose(const QByteArray &payload)
     finish();
 }
 
-void WebSocket::startClosing(CloseCode code, const QByteArray &reason)
+void WebSocket::startClosing(CloseCode code)
 {
-    const QByteArray closing = closeFrame(code, reason);
     m_clean = true;
     m_closeCode = quint16(code);
-    m_closeReason = QString::fromUtf8(closing.sliced(4)); // the reason as it was cut to fit
-    queue(closing);
+    queue(closeFrame(code));
     m_state = State::closing;
     m_deadline.start(ClosingTimeoutMs);
 }

@@ -48,9 +48,6 @@ public:
     State state() const { return m_state; }
 
     void sendTextMessage(const QString &text);
-    // Starts the closing handshake. `reason` is cut to fit a close frame.
-    void close(WebSocketProtocol::CloseCode code = WebSocketProtocol::CloseCode::normal,
-               const QString &reason = {});
 
     // How the connection ended, once `disconnected` was emitted. Clean when a close frame went
     // one way or the other; otherwise the code is 1006. A failure has an error string.
@@ -72,7 +69,7 @@ private:
     void handshake(const QByteArray &bytes);
     void deliver();
     void receiveClose(const QByteArray &payload);
-    void startClosing(WebSocketProtocol::CloseCode code, const QByteArray &reason);
+    void startClosing(WebSocketProtocol::CloseCode code);
     void queue(const QByteArray &bytes);
     // Writes the output now, or once the delivery under way is done; cuts off a stalled client.
     void flushUnlessDelivering();

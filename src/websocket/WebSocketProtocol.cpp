@@ -52,17 +52,10 @@ QByteArray frame(Opcode opcode, QByteArrayView payload)
     return out;
 }
 
-QByteArray closeFrame(CloseCode code, QByteArrayView reason)
+QByteArray closeFrame(CloseCode code)
 {
-    qsizetype length = std::min(reason.size(), maxControlPayload - 2);
-    // Never cut a character in two: back off over continuation bytes.
-    while (length < reason.size() && length > 0 && (quint8(reason.at(length)) & 0xc0) == 0x80)
-        --length;
-    QByteArray payload;
-    payload.append(char(quint16(code) >> 8));
-    payload.append(char(quint16(code) & 0xff));
-    payload.append(reason.first(length));
-    return frame(Opcode::close, payload);
+    const char payload[2] = {char(quint16(code) >> 8), char(quint16(code) & 0xff)};
+    return frame(Opcode::close, QByteArrayView(payload, 2));
 }
 
 } // namespace pexi::WebSocketProtocol

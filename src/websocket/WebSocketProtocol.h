@@ -43,7 +43,7 @@ constexpr qsizetype maxControlPayload = 125;
 QByteArray frame(Opcode opcode, QByteArrayView payload);
 // Appends one final, unmasked frame to `out`, so that several answers leave in one write.
 void appendFrame(QByteArray &out, Opcode opcode, QByteArrayView payload);
-// A close frame with its code and a reason cut to what fits (whole UTF-8 characters only).
-QByteArray closeFrame(CloseCode code, QByteArrayView reason = {});
+// A close frame with its code and no reason.
+QByteArray closeFrame(CloseCode code);
 
 } // namespace pexi::WebSocketProtocol
