@@ -1,7 +1,10 @@
 // Writing the outgoing events: a lock state (the answer to every lock check) and a suggestion of
 // ten logins, each against two figures of the same run: the floor, a copy of the finished text
 // into a new string (no writer can do less), and the same object written by QJsonDocument, the
-// way the events were once written. Prints NAME VALUE UNIT lines.
+// way the events were once written. Then reading a lock check, the message extensions send most,
+// with the lookups the server makes in it, by JsonReader and by QJsonDocument; its floor is
+// decoding the text into one string. Prints NAME VALUE UNIT lines.
+#include "extension/JsonReader.h"
 #include "extension/LockStateEvent.h"
 #include "extension/SuggestEvent.h"
 
@@ -11,6 +14,7 @@
 #include <QStringDecoder>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <vector>
@@ -71,6 +75,46 @@ void compare(const char *name, Write write, Reference reference)
     print(prefix + "_to_json_vs_qjsondocument", event / qt, "ratio");
 }
 
+// What the server looks up in a message: the command and session in its data, and who sent it.
+struct Lookups
+{
+    std::array<QString, 4> strings;
+    qsizetype size() const
+    {
+        qsizetype total = 0;
+        for (const QString &string : strings)
+            total += string.size();
+        return total;
+    }
+    bool operator==(const Lookups &) const = default;
+};
+
+template <typename Object> Lookups lookUp(const Object &envelope)
+{
+    const auto data = envelope.value(QLatin1StringView("data")).toObject();
+    return {{data.value(QLatin1StringView("command")).toString(),
+             data.value(QLatin1StringView("session")).toString(),
+             envelope.value(QLatin1StringView("sender")).toString(),
+             envelope.value(QLatin1StringView("build")).toString()}};
+}
+
+void compareReading(const char *name, const QByteArray &text)
+{
+    const auto reader = [&] { return lookUp(JsonReader::parse(text)->toObject()); };
+    const auto qt = [&] { return lookUp(QJsonDocument::fromJson(text).object()); };
+    if (!(reader() == qt()) || reader().size() == 0)
+        std::fprintf(stderr, "bench-events: %s reads differently from QJsonDocument\n", name);
+    const double read = nsPerCall(reader);
+    const double floor = nsPerCall([&] { return QString::fromUtf8(text); });
+    const double qtRead = nsPerCall(qt);
+    const QByteArray prefix(name);
+    print(prefix + "_read", read, "ns");
+    print(prefix + "_decode_floor", floor, "ns");
+    print(prefix + "_read_qjsondocument", qtRead, "ns");
+    print(prefix + "_read_vs_floor", read / floor, "ratio");
+    print(prefix + "_read_vs_qjsondocument", read / qtRead, "ratio");
+}
+
 } // namespace
 
 int main()
@@ -107,5 +151,9 @@ int main()
                                      {"session", session},
                                      {"credentials", credentials}});
         });
+
+    compareReading("lock_check",
+                   "{\"data\":{\"command\":\"pexi_lock_check\",\"session\":\"bench\"},"
+                   "\"sender\":\"chrome\",\"build\":\"bench\"}");
     return sink > 0 ? 0 : 1;
 }

@@ -12,6 +12,34 @@ using Text = JsonDocumentData::Text;
 using Node = JsonDocumentData::Node;
 using Member = JsonDocumentData::Member;
 
+namespace {
+
+// The code point at `at`; a lone surrogate counts as itself.
+char32_t codePointAt(QStringView text, qsizetype at)
+{
+    const QChar unit = text[at];
+    if (unit.isHighSurrogate() && at + 1 < text.size() && text[at + 1].isLowSurrogate())
+        return QChar::surrogateToUcs4(unit, text[at + 1]);
+    return unit.unicode();
+}
+
+int compareByCodePoint(QStringView a, QStringView b)
+{
+    const qsizetype common = std::min(a.size(), b.size());
+    qsizetype at = 0;
+    while (at < common && a[at] == b[at])
+        ++at;
+    if (at == common)
+        return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
+    if (a[at].unicode() < 0xd800 && b[at].unicode() < 0xd800)
+        return a[at].unicode() < b[at].unicode() ? -1 : 1;
+    if (at > 0 && a[at - 1].isHighSurrogate()) // the second half of a character
+        --at;
+    return codePointAt(a, at) < codePointAt(b, at) ? -1 : 1;
+}
+
+} // namespace
+
 class Parser
 {
 public:
@@ -24,6 +52,12 @@ public:
 
     std::optional<JsonValue> document()
     {
+        // Like QJsonDocument: past a UTF-8 byte order mark, an object or an array and no other.
+        if (m_end - m_at > 3 && QByteArrayView(m_at, 3) == "\xef\xbb\xbf")
+            m_at += 3;
+        skipSpace();
+        if (m_at == m_end || (*m_at != '{' && *m_at != '['))
+            return std::nullopt;
         const std::optional<qsizetype> root = value(0);
         skipSpace();
         if (!root || m_at != m_end)
@@ -89,28 +123,59 @@ private:
         else if (!readMembers(members, depth))
             return std::nullopt;
 
-        // Sorted by key; of equal keys the last written sorts last, and only it is kept.
-        const auto keyOrder = [this](const Member &a, const Member &b) {
-            return m_data->compare(a.key, b.key) < 0;
-        };
-        if (members.size() <= 16) {
-            // Insertion sort: stable, and without the buffer std::stable_sort allocates.
-            for (qsizetype i = 1; i < members.size(); ++i) {
-                const Member moving = members[i];
-                qsizetype j = i;
-                for (; j > 0 && keyOrder(moving, members[j - 1]); --j)
-                    members[j] = members[j - 1];
-                members[j] = moving;
-            }
-        } else {
-            std::stable_sort(members.begin(), members.end(), keyOrder);
-        }
+        sortKeys(members);
+        // Of a run of equal keys, the last is kept.
         const qsizetype start = m_data->members.size();
         for (qsizetype i = 0; i < members.size(); ++i) {
-            if (i + 1 == members.size() || keyOrder(members[i], members[i + 1]))
+            if (i + 1 == members.size() || compareKeys(members[i].key, members[i + 1].key) != 0)
                 m_data->members.append(members[i]);
         }
         return add({Type::object, 0, {false, false, start, m_data->members.size() - start}});
+    }
+
+    // QJsonObject's order: two keys that held escapes (kept as UTF-16) by UTF-16 unit, all others
+    // by code point, which is byte order between two UTF-8 ones.
+    int compareKeys(const Text &a, const Text &b) const
+    {
+        if (!a.utf16 && !b.utf16)
+            return QByteArrayView(m_begin + a.start, a.length)
+                .compare(QByteArrayView(m_begin + b.start, b.length));
+        if (a.utf16 && b.utf16)
+            return QStringView(m_data->unescaped)
+                .sliced(a.start, a.length)
+                .compare(QStringView(m_data->unescaped).sliced(b.start, b.length));
+        return compareByCodePoint(m_data->keyText(a), m_data->keyText(b));
+    }
+
+    // Sorted as QJsonObject sorts, stably. Where escaped keys holding surrogates or the units
+    // above them meet others, the two orders above disagree and the order is not consistent;
+    // then only the same sort over the same comparisons puts the keys where Qt does.
+    void sortKeys(QVarLengthArray<Member, 8> &members) const
+    {
+        const auto less = [this](const Member &a, const Member &b) {
+            return compareKeys(a.key, b.key) < 0;
+        };
+        int tangled = 0;
+        for (const Member &member : members) {
+            if (!member.key.utf16)
+                continue;
+            const QStringView key =
+                QStringView(m_data->unescaped).sliced(member.key.start, member.key.length);
+            if (std::any_of(key.begin(), key.end(), [](QChar c) { return c.unicode() >= 0xd800; }))
+                ++tangled;
+        }
+        if (tangled >= 2 || members.size() > 16) {
+            std::stable_sort(members.begin(), members.end(), less);
+            return;
+        }
+        // Insertion sort: stable, and without the buffer std::stable_sort allocates.
+        for (qsizetype i = 1; i < members.size(); ++i) {
+            const Member moving = members[i];
+            qsizetype j = i;
+            for (; j > 0 && less(moving, members[j - 1]); --j)
+                members[j] = members[j - 1];
+            members[j] = moving;
+        }
     }
 
     bool readMembers(QVarLengthArray<Member, 8> &members, int depth)
@@ -179,41 +244,36 @@ private:
         return -1;
     }
 
+    // Control characters pass as they are, as QJsonDocument lets them; so does "\\x" for any
+    // other ASCII x. A string without escapes stays in the text.
     std::optional<Text> string()
     {
-        ++m_at; // "
-        const char *start = m_at;
-        // The common case: no escapes, so the text stays where it is.
+        ++m_at;                 // "
+        const char *run = m_at; // UTF-8 since the last escape
         bool ascii = true;
-        while (m_at < m_end && *m_at != '"' && *m_at != '\\' && quint8(*m_at) >= 0x20) {
+        while (m_at < m_end && *m_at != '"' && *m_at != '\\') {
             ascii = ascii && quint8(*m_at) < 0x80;
             ++m_at;
         }
-        if (m_at < m_end && *m_at == '"')
-            return Text{false, ascii, start - m_begin, m_at++ - start};
+        if (m_at == m_end)
+            return std::nullopt;
+        if (*m_at == '"')
+            return Text{false, ascii, run - m_begin, m_at++ - run};
 
         QString &out = m_data->unescaped;
         const qsizetype first = out.size();
-        const char *run = start; // UTF-8 not yet copied
         for (;;) {
-            if (m_at == m_end || quint8(*m_at) < 0x20)
-                return std::nullopt;
-            if (*m_at == '"')
-                break;
-            if (*m_at != '\\') {
+            while (m_at < m_end && *m_at != '"' && *m_at != '\\')
                 ++m_at;
-                continue;
-            }
-            out += QString::fromUtf8(run, m_at - run);
-            if (++m_at == m_end)
+            if (m_at == m_end)
+                return std::nullopt;
+            out += JsonDocumentData::decodeKeepingMarks(run, m_at);
+            if (*m_at++ == '"')
+                return Text{true, false, first, out.size() - first};
+            if (m_at == m_end)
                 return std::nullopt;
             const char escape = *m_at++;
             switch (escape) {
-            case '"':
-            case '\\':
-            case '/':
-                out += QLatin1Char(escape);
-                break;
             case 'b':
                 out += u'\b';
                 break;
@@ -243,47 +303,48 @@ private:
                 break;
             }
             default:
-                return std::nullopt;
+                // Any other ASCII character stands for itself ("\\a" is "a"); after a
+                // non-ASCII one QJsonDocument calls the text broken.
+                if (quint8(escape) >= 0x80)
+                    return std::nullopt;
+                out += QLatin1Char(escape);
             }
             run = m_at;
         }
-        out += QString::fromUtf8(run, m_at - run);
-        ++m_at; // "
-        return Text{true, false, first, out.size() - first};
     }
 
+    // QJsonDocument's number: it looks for the digits it expects without asking for them, and
+    // leaves the rest to QByteArray::toDouble, so ".5" and "1." pass and "1e400" and "1e-400"
+    // (too small to be anything but zero) do not.
     std::optional<qsizetype> number()
     {
         const char *start = m_at;
         const auto digits = [this] {
-            const char *from = m_at;
             while (m_at < m_end && *m_at >= '0' && *m_at <= '9')
                 ++m_at;
-            return m_at - from;
         };
         if (m_at < m_end && *m_at == '-')
             ++m_at;
         if (m_at < m_end && *m_at == '0')
             ++m_at;
-        else if (digits() == 0)
-            return std::nullopt;
+        else
+            digits();
         if (m_at < m_end && *m_at == '.') {
             ++m_at;
-            if (digits() == 0)
-                return std::nullopt;
+            digits();
         }
         if (m_at < m_end && (*m_at == 'e' || *m_at == 'E')) {
             ++m_at;
             if (m_at < m_end && (*m_at == '+' || *m_at == '-'))
                 ++m_at;
-            if (digits() == 0)
-                return std::nullopt;
+            digits();
         }
         bool ok = false;
         const double value = QByteArrayView(start, m_at - start).toDouble(&ok); // C locale
         if (!ok || !qIsFinite(value))
             return std::nullopt;
-        return add({Type::number, value, {}});
+        // Qt keeps whole numbers as integers, and so a negative zero as 0.
+        return add({Type::number, value == 0 ? 0.0 : value, {}});
     }
 
     std::shared_ptr<JsonDocumentData> m_data;

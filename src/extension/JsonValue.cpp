@@ -10,35 +10,29 @@ QAnyStringView JsonDocumentData::view(const Text &text) const
 {
     if (text.utf16)
         return QStringView(unescaped).sliced(text.start, text.length);
+    // ASCII as Latin-1: the same characters, quicker to compare and to convert.
+    if (text.ascii)
+        return QLatin1StringView(source.constData() + text.start, text.length);
     return QUtf8StringView(source.constData() + text.start, text.length);
 }
 
-int JsonDocumentData::compare(const Text &key, QAnyStringView other) const
+QString JsonDocumentData::keyText(const Text &key) const
 {
-    if (key.ascii) {
-        const std::optional<QByteArrayView> otherAscii =
-            other.visit([](auto view) -> std::optional<QByteArrayView> {
-                if constexpr (std::is_same_v<decltype(view), QStringView>) {
-                    return std::nullopt;
-                } else {
-                    const QByteArrayView bytes(view.data(), view.size());
-                    const bool ascii = std::all_of(bytes.begin(), bytes.end(),
-                                                   [](char c) { return quint8(c) < 0x80; });
-                    return ascii ? std::optional(bytes) : std::nullopt;
-                }
-            });
-        if (otherAscii)
-            return QByteArrayView(source.constData() + key.start, key.length).compare(*otherAscii);
-    }
-    return QAnyStringView::compare(view(key), other);
+    if (key.utf16 || key.ascii)
+        return view(key).toString();
+    return decodeKeepingMarks(source.constData() + key.start,
+                              source.constData() + key.start + key.length);
 }
 
-int JsonDocumentData::compare(const Text &a, const Text &b) const
+QString JsonDocumentData::decodeKeepingMarks(const char *from, const char *to)
 {
-    if (a.ascii && b.ascii)
-        return QByteArrayView(source.constData() + a.start, a.length)
-            .compare(QByteArrayView(source.constData() + b.start, b.length));
-    return QAnyStringView::compare(view(a), view(b));
+    QString text;
+    while (to - from >= 3 && quint8(from[0]) == 0xef && quint8(from[1]) == 0xbb &&
+           quint8(from[2]) == 0xbf) {
+        text += QChar(0xfeff);
+        from += 3;
+    }
+    return text + QString::fromUtf8(from, to - from);
 }
 
 QString JsonValue::toString() const
@@ -86,17 +80,18 @@ JsonObject::Member JsonObject::Iterator::operator*() const
 
 JsonValue JsonObject::value(QAnyStringView key) const
 {
-    qsizetype low = 0, high = size();
-    while (low < high) {
-        const qsizetype middle = (low + high) / 2;
-        const JsonDocumentData::Member &candidate = member(middle);
-        const int order = m_document->compare(candidate.key, key);
-        if (order == 0)
+    // A scan rather than a search: where escaped and unescaped keys meet, QJsonObject's order is
+    // not always one a search could rely on. Objects in messages have a handful of keys.
+    for (qsizetype i = 0; i < size(); ++i) {
+        const JsonDocumentData::Member &candidate = member(i);
+        const JsonDocumentData::Text &text = candidate.key;
+        // Keys in UTF-8 beyond ASCII are compared whole, as decoding for comparison would drop
+        // a byte order mark at their start.
+        const bool equal = text.utf16 || text.ascii
+                               ? QAnyStringView::equal(m_document->view(text), key)
+                               : QAnyStringView::equal(m_document->keyText(text), key);
+        if (equal)
             return JsonValue(m_document, candidate.value);
-        if (order < 0)
-            low = middle + 1;
-        else
-            high = middle;
     }
     return JsonValue();
 }

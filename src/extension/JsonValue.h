@@ -43,10 +43,10 @@ struct JsonDocumentData
     };
 
     QAnyStringView view(const Text &text) const;
-    // The order of keys in an object, and of lookups in it: QAnyStringView::compare, with a
-    // short cut for ASCII keys, where bytes compare as characters do in every encoding.
-    int compare(const Text &key, QAnyStringView other) const;
-    int compare(const Text &a, const Text &b) const;
+    // A key as QJsonObject holds it: all its text, a byte order mark at the start included.
+    QString keyText(const Text &key) const;
+    // QString::fromUtf8, except that byte order marks at the start stay.
+    static QString decodeKeepingMarks(const char *from, const char *to);
 
     QByteArray source;
     QString unescaped;
@@ -93,7 +93,8 @@ private:
     qsizetype m_node = 0;
 };
 
-// The members of a JSON object, sorted by key, each key once (the last one written wins).
+// The members of a JSON object, in QJsonObject's order, each key once (the last one written
+// wins).
 class JsonObject
 {
 public:
