@@ -128,7 +128,9 @@ quint16 ExtensionServer::port() const
 
 void ExtensionServer::broadcast(const QString &text)
 {
-    for (WebSocket *socket : std::as_const(m_openWebSockets))
+    // A socket that fails on this send leaves the list at once; go over the list as it was.
+    const QList<WebSocket *> sockets = m_openWebSockets;
+    for (WebSocket *socket : sockets)
         socket->sendTextMessage(text);
 }
 

@@ -56,7 +56,7 @@ void WebSocket::sendTextMessage(const QString &text)
 void WebSocket::onReadable()
 {
     char chunk[64 * 1024];
-    while (m_state != State::closed) {
+    while (m_state != State::closed && !m_finishWhenSent) {
         const ssize_t count = ::read(m_descriptor, chunk, sizeof chunk);
         if (count > 0) {
             if (m_state == State::handshaking) {
@@ -116,7 +116,7 @@ void WebSocket::deliver()
 {
     // Answers given by the handlers of these messages go out together afterwards.
     m_delivering = true;
-    while (m_state == State::open || m_state == State::closing) {
+    while ((m_state == State::open || m_state == State::closing) && !m_finishWhenSent) {
         std::optional<WebSocketFrameReader::Message> message = m_reader.next();
         if (!message)
             break;
@@ -164,10 +164,13 @@ void WebSocket::receiveClose(const QByteArray &payload)
         }
         m_state = State::closing;
     }
-    // Either way the closing handshake is complete.
+    // Either way the closing handshake is complete: the connection ends once the answers given
+    // so far and the close frame are out, or when the client stops taking them.
     m_delivering = false;
+    m_readNotifier->setEnabled(false);
+    m_finishWhenSent = true;
+    m_deadline.start(ClosingTimeoutMs);
     flush();
-    finish();
 }
 
 void WebSocket::startClosing(CloseCode code)
@@ -219,11 +222,13 @@ void WebSocket::flush()
             return;
         }
     }
-    if (m_written == m_output.size()) {
+    if (m_state != State::closed && m_written == m_output.size()) {
         m_output.resize(0); // keeps the capacity for the next answer
         m_written = 0;
         if (m_writeNotifier)
             m_writeNotifier->setEnabled(false);
+        if (m_finishWhenSent)
+            finish();
     }
 }
 

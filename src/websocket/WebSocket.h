@@ -37,7 +37,7 @@ public:
     // dropped.
     static constexpr int ClosingTimeoutMs = 2000;
     // A client that stops reading is cut off once this much waits to be sent to it.
-    static constexpr qsizetype MaxPendingOutputBytes = 16 * 1024 * 1024;
+    static constexpr qsizetype MaxPendingOutputBytes = 4 * 1024 * 1024;
 
     // Takes over a connected TCP socket.
     WebSocket(qintptr descriptor, qint64 maxMessageBytes, Admission admission,
@@ -90,6 +90,7 @@ private:
     QByteArray m_output;
     qsizetype m_written = 0;
     bool m_delivering = false;
+    bool m_finishWhenSent = false; // the closing handshake is over
     quint16 m_closeCode = quint16(WebSocketProtocol::CloseCode::abnormalDisconnection);
     QString m_closeReason;
     bool m_clean = false;

@@ -8,6 +8,7 @@
 #include "extension/SearchEvent.h"
 #include "platform/BrowserLauncher.h"
 #include "support/DesktopDoubles.h"
+#include "support/WebSocketPair.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -17,6 +18,9 @@
 
 #include <memory>
 #include <optional>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
 
 using namespace pexi;
 
@@ -312,6 +316,43 @@ private slots:
         for (size_t i = 1; i < clients.size(); ++i)
             QCOMPARE(clients[i]->settle(), expected);
         QVERIFY(clients.front()->texts.isEmpty());
+    }
+
+    // A socket that fails on the push itself must not make the push skip or repeat another.
+    void aPushReachesEachOtherSocketOnceWhenOneFailsOnIt_data()
+    {
+        QTest::addColumn<int>("failing"); // which of four sockets resets its connection
+        for (int at = 0; at < 4; ++at)
+            QTest::newRow(qPrintable(QString::number(at))) << at;
+    }
+    void aPushReachesEachOtherSocketOnceWhenOneFailsOnIt()
+    {
+        QFETCH(int, failing);
+        std::vector<std::unique_ptr<Client>> clients;
+        int raw = -1;
+        for (int i = 0; i < 4; ++i) {
+            if (i == failing) {
+                raw = ::socket(AF_INET, SOCK_STREAM, 0);
+                sockaddr_in address{};
+                address.sin_family = AF_INET;
+                address.sin_port = htons(m_server->port());
+                address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+                QCOMPARE(::connect(raw, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+                const QByteArray request = upgradeRequest();
+                QCOMPARE(::write(raw, request.constData(), size_t(request.size())), request.size());
+            } else {
+                clients.push_back(connected());
+            }
+            waitOpen(i + 1); // one at a time, so that the server lists them in this order
+        }
+        // Reset before the server has noticed, so that the push itself fails on it.
+        const linger reset{1, 0};
+        ::setsockopt(raw, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+        ::close(raw);
+        m_server->broadcast(QStringLiteral("push"));
+        for (const auto &client : clients)
+            QCOMPARE(client->settle(), QStringList{"push"});
+        waitOpen(3);
     }
 
     void originsAreCheckedAtTheHandshake_data()

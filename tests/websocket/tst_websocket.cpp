@@ -292,6 +292,25 @@ private slots:
         QVERIFY(pair.peerClosed);
     }
 
+    // Answers still waiting for a slow client when it closes reach it before the close frame.
+    void aClientsCloseWaitsForTheAnswersBeforeIt()
+    {
+        WebSocketPair pair;
+        QVERIFY(pair.handshake().startsWith("HTTP/1.1 101 "));
+        const QString big(256 * 1024, u'x');
+        QByteArray expected;
+        for (int i = 0; i < 4; ++i) {
+            pair.server->sendTextMessage(big);
+            expected += frame(Opcode::text, big.toUtf8());
+        }
+        pair.write(clientFrame(Opcode::close, closePayload(1000)));
+        QVERIFY(WebSocketPair::waitFor([&] { return pair.read(), pair.peerClosed; }));
+        QCOMPARE(pair.received.size(), expected.size() + 4);
+        QVERIFY(pair.received.startsWith(expected));
+        QVERIFY(pair.received.endsWith(QByteArray("\x88\x02\x03\xe8", 4)));
+        QVERIFY(pair.disconnected && pair.server->wasClean());
+    }
+
     void aClientThatStopsReadingIsCutOff()
     {
         WebSocketPair pair;
