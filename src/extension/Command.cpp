@@ -40,10 +40,10 @@ QString toRaw(Command command)
     return {};
 }
 
-std::optional<Command> commandFromRaw(QStringView raw)
+std::optional<Command> commandFromRaw(QAnyStringView raw)
 {
     for (const auto &[command, candidate] : rawValues()) {
-        if (raw == candidate)
+        if (QAnyStringView::equal(raw, candidate))
             return command;
     }
     return std::nullopt;

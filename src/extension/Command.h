@@ -1,8 +1,8 @@
 #pragma once
 
+#include <QAnyStringView>
 #include <QHashFunctions>
 #include <QString>
-#include <QStringView>
 
 #include <optional>
 
@@ -28,7 +28,7 @@ enum class Command {
 QString toRaw(Command command);
 
 // Exact, case-sensitive match against the wire strings; anything else is no command.
-std::optional<Command> commandFromRaw(QStringView raw);
+std::optional<Command> commandFromRaw(QAnyStringView raw);
 
 // Commands key the server's handler table.
 inline size_t qHash(Command command, size_t seed = 0) noexcept

@@ -1,6 +1,7 @@
 #include "extension/Credential.h"
 
 #include "extension/JsonWriter.h"
+#include "extension/PartialCredential.h"
 
 namespace pexi {
 
@@ -8,14 +9,10 @@ using namespace Qt::StringLiterals;
 
 void Credential::writeJson(JsonWriter &json) const
 {
+    // "password" sorts before every other key.
     json.beginObject();
     json.key("password"_L1).string(password);
-    if (site)
-        json.key("site"_L1).string(*site);
-    json.key("title"_L1).string(title);
-    if (username)
-        json.key("username"_L1).string(*username);
-    json.key("uuid"_L1).string(uuid);
+    PartialCredential{username, uuid, title, site}.writeMembers(json);
     json.endObject();
 }
 

@@ -31,19 +31,31 @@ template <typename Event> std::unique_ptr<MiniAppEvent> build(const JsonObject &
     return std::make_unique<Event>(dictionary);
 }
 
-// The commands an extension may send, in the order they are matched.
-const QList<std::pair<QString, EventFactory>> &incomingEvents()
+// The commands an extension may send, and the events they make.
+EventFactory incomingEvent(Command command)
 {
-    static const QList<std::pair<QString, EventFactory>> table{
-        {QStringLiteral("pexi_lock_check"), &build<LockCheckEvent>},
-        {QStringLiteral("credentials_search"), &build<SearchEvent>},
-        {QStringLiteral("credentials_store"), &build<StoreEvent>},
-        {QStringLiteral("credentials_commit"), &build<CommitEvent>},
-        {QStringLiteral("credentials_abort"), &build<AbortEvent>},
-        {QStringLiteral("ext_icon_clicked"), &build<ExtClickedEvent>},
-        {QStringLiteral("request_credential"), &build<RequestEvent>},
-    };
-    return table;
+    switch (command) {
+    case Command::LOCK_CHECK:
+        return &build<LockCheckEvent>;
+    case Command::CREDS_SEARCH:
+        return &build<SearchEvent>;
+    case Command::CREDS_STORE:
+        return &build<StoreEvent>;
+    case Command::CREDS_COMMIT:
+        return &build<CommitEvent>;
+    case Command::CREDS_ABORT:
+        return &build<AbortEvent>;
+    case Command::EXT_CLICKED:
+        return &build<ExtClickedEvent>;
+    case Command::CREDS_REQUEST:
+        return &build<RequestEvent>;
+    case Command::LOCK_STATE:
+    case Command::CREDS_SUGGEST:
+    case Command::CREDS_PROVIDE:
+    case Command::NAVIGATE:
+        break; // the worker's own
+    }
+    return nullptr;
 }
 
 std::optional<QString> optionalString(const JsonObject &object, QLatin1StringView key)
@@ -201,7 +213,8 @@ void ExtensionServer::handleTextMessage(WebSocket *socket, const QByteArray &tex
     }
     const JsonObject envelope = document->toObject();
     const JsonValue data = envelope.value("data"_L1);
-    const JsonValue commandValue = data.toObject().value("command"_L1);
+    const JsonObject dictionary = data.toObject();
+    const JsonValue commandValue = dictionary.value("command"_L1);
     if (!data.isObject() || !commandValue.isString()) {
         logLine(QStringLiteral("message had no command identifier!"));
         return;
@@ -210,20 +223,15 @@ void ExtensionServer::handleTextMessage(WebSocket *socket, const QByteArray &tex
                              optionalString(envelope, "build"_L1));
 
     const QAnyStringView command = commandValue.toStringView();
-    EventFactory factory = nullptr;
-    for (const auto &[raw, make] : incomingEvents()) {
-        if (QAnyStringView::equal(raw, command)) {
-            factory = make;
-            break;
-        }
-    }
+    const std::optional<Command> known = commandFromRaw(command);
+    const EventFactory factory = known ? incomingEvent(*known) : nullptr;
     if (!factory) {
         logLine(QStringLiteral("message had unrecognized command '%1'").arg(command.toString()));
         return;
     }
     std::unique_ptr<MiniAppEvent> event;
     try {
-        event = factory(data.toObject());
+        event = factory(dictionary);
     } catch (const ExtensionError &failure) {
         logLine(QStringLiteral("error processing incoming message: '%1'")
                     .arg(QString::fromUtf8(failure.what())));

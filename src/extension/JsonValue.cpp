@@ -1,9 +1,5 @@
 #include "extension/JsonValue.h"
 
-#include <algorithm>
-#include <optional>
-#include <type_traits>
-
 namespace pexi {
 
 QAnyStringView JsonDocumentData::view(const Text &text) const

@@ -18,6 +18,8 @@ struct PartialCredential
 
     // An object of "uuid" and "title", plus "username" and "site" only when present (never null).
     void writeJson(JsonWriter &json) const;
+    // The members above without the braces, for a credential that adds its password.
+    void writeMembers(JsonWriter &json) const;
 
     bool operator==(const PartialCredential &) const = default;
 };

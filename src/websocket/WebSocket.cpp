@@ -97,7 +97,7 @@ void WebSocket::handshake(const QByteArray &bytes)
     if (parsed.status == WebSocketHandshake::Parsed::Status::malformed || refusal != 0) {
         m_state = State::closing; // lets the answer out
         queue(refusal ? WebSocketHandshake::refusal(refusal) : parsed.refusal);
-        finish();
+        finishOnceSent();
         return;
     }
     m_state = State::open;
@@ -152,23 +152,25 @@ void WebSocket::deliver()
 void WebSocket::receiveClose(const QByteArray &payload)
 {
     if (m_state == State::open) {
-        // The client started: answer with its code, then end the connection, as servers do.
+        // The client started: answer with its code (the reader let through none or a whole one),
+        // then end the connection, as servers do.
+        const qsizetype codeBytes = std::min<qsizetype>(payload.size(), 2);
         m_clean = true;
-        if (payload.size() >= 2) {
-            m_closeCode = quint16((quint8(payload.at(0)) << 8) | quint8(payload.at(1)));
-            m_closeReason = QString::fromUtf8(payload.sliced(2));
-            queue(frame(Opcode::close, payload.first(2)));
-        } else {
-            m_closeCode = quint16(CloseCode::noStatus);
-            queue(frame(Opcode::close, {}));
-        }
+        m_closeCode = codeBytes == 2 ? quint16((quint8(payload.at(0)) << 8) | quint8(payload.at(1)))
+                                     : quint16(CloseCode::noStatus);
+        m_closeReason = QString::fromUtf8(payload.sliced(codeBytes));
         m_state = State::closing;
+        queue(frame(Opcode::close, payload.first(codeBytes)));
     }
-    // Either way the closing handshake is complete: the connection ends once the answers given
-    // so far and the close frame are out, or when the client stops taking them.
+    // Either way the closing handshake is complete.
     m_delivering = false;
-    m_readNotifier->setEnabled(false);
+    finishOnceSent();
+}
+
+void WebSocket::finishOnceSent()
+{
     m_finishWhenSent = true;
+    m_readNotifier->setEnabled(false);
     m_deadline.start(ClosingTimeoutMs);
     flush();
 }

@@ -70,6 +70,8 @@ private:
     void deliver();
     void receiveClose(const QByteArray &payload);
     void startClosing(WebSocketProtocol::CloseCode code);
+    // Ends the connection once what is queued has gone out, or when the client stops taking it.
+    void finishOnceSent();
     void queue(const QByteArray &bytes);
     // Writes the output now, or once the delivery under way is done; cuts off a stalled client.
     void flushUnlessDelivering();
