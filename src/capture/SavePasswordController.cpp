@@ -12,8 +12,6 @@
 #include "extension/BrowserController.h"
 
 #include <QCursor>
-#include <QJsonDocument>
-#include <QJsonParseError>
 #include <QUrl>
 
 #include <utility>
@@ -120,11 +118,7 @@ void SavePasswordController::userNotificationCenterDidActivate(
     if (saved.typeId() != QMetaType::Bool || itemJson.typeId() != QMetaType::QString)
         return;
 
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(itemJson.toString().toUtf8(), &error);
-    if (error.error != QJsonParseError::NoError || !document.isObject())
-        return;
-    const std::optional<InventoryItem> item = InventoryItem::fromJson(document.object());
+    const std::optional<InventoryItem> item = InventoryItem::fromJsonText(itemJson.toString());
     if (!item)
         return;
 

@@ -1,19 +1,27 @@
 #include "core/Inventory.h"
 
+#include "core/Parallel.h"
 #include "core/VaultWriter.h"
 
 #include <QCollatorSortKey>
 #include <QLocale>
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace pexi {
 
 namespace {
 
+// Below this many items a batch is prepared on the calling thread and ordered item by item.
+constexpr qsizetype bulkBatch = 256;
+
 // Case and accents do not matter when ordering or searching: "Éclair" sits with "eclair".
 QString fold(const QString &text)
 {
+    // Most of what people type is ASCII, where folding is lower-casing.
+    if (std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; }))
+        return text.toLower();
     const QString decomposed = text.normalized(QString::NormalizationForm_D);
     QString folded;
     folded.reserve(decomposed.size());
@@ -23,6 +31,10 @@ QString fold(const QString &text)
     }
     return folded.toCaseFolded();
 }
+
+// Separates the folded title, username and site in an entry's search text. Search text that
+// holds it matches nothing, so no match can run across two fields.
+constexpr QChar fieldSeparator = QChar(0x1f);
 
 std::optional<HostnameInfo> parseHost(const std::optional<QString> &site)
 {
@@ -36,37 +48,42 @@ std::optional<HostnameInfo> parseHost(const std::optional<QString> &site)
 }
 
 // The host a login was typed on; sites that are not hosts compare as typed.
-QString siteHost(const QString &site)
+QString typedHost(const QString &site, const std::optional<HostnameInfo> &host)
 {
-    try {
-        return HostnameInfo::fromString(site).host();
-    } catch (const HostnameError &) {
-        return site.trimmed().toLower();
-    }
+    return host ? host->host() : site.trimmed().toLower();
+}
+
+QCollator listCollator()
+{
+    QCollator collator{QLocale()};
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    collator.setNumericMode(true);
+    return collator;
 }
 
 } // namespace
 
 struct Inventory::Entry
 {
-    Entry(InventoryItem item, const QCollator &collator)
-        : item(std::move(item)), foldedTitle(fold(this->item.title())),
-          sortKey(collator.sortKey(foldedTitle)),
-          foldedUsername(fold(this->item.username().value_or(QString()))),
-          foldedSite(fold(this->item.site().value_or(QString()))),
-          typedHost(this->item.site() ? siteHost(*this->item.site()) : QString())
+    Entry(const InventoryItem &item, const QCollator &collator)
+        : Entry(item, collator, fold(item.title()), parseHost(item.site()))
     {
-        if (const std::optional<HostnameInfo> host = parseHost(this->item.site()))
-            domain = host->matchKey();
+    }
+    Entry(const InventoryItem &item, const QCollator &collator, const QString &foldedTitle,
+          const std::optional<HostnameInfo> &host)
+        : item(item), sortKey(collator.sortKey(foldedTitle)),
+          searchText(foldedTitle + fieldSeparator + fold(item.username().value_or(QString())) +
+                     fieldSeparator + fold(item.site().value_or(QString()))),
+          typedHost(pexi::typedHost(item.site().value_or(QString()), host)),
+          domain(host ? host->matchKey() : QString())
+    {
     }
 
     bool listed() const { return !item.deleted(); }
 
     InventoryItem item;
-    QString foldedTitle;
     QCollatorSortKey sortKey;
-    QString foldedUsername;
-    QString foldedSite;
+    QString searchText;
     QString typedHost;
     QString domain; // empty when the site is missing or not a host
 };
@@ -77,59 +94,109 @@ bool Inventory::listedBefore(const Entry *a, const Entry *b)
     return byTitle != 0 ? byTitle < 0 : a->item.uuid() < b->item.uuid();
 }
 
-Inventory::Inventory(VaultWriter &writer) : m_writer(writer), m_collator(QLocale())
+Inventory::Inventory(VaultWriter &writer) : m_writer(writer), m_collator(listCollator())
 {
-    m_collator.setCaseSensitivity(Qt::CaseInsensitive);
-    m_collator.setNumericMode(true);
 }
 
 Inventory::~Inventory() = default;
 
-void Inventory::put(const InventoryItem &item)
+void Inventory::setChangeListener(ChangeListener listener)
 {
-    auto entry = std::make_shared<Entry>(item, m_collator);
-    if (const auto previous = m_entries.value(item.uuid())) {
-        if (!previous->domain.isEmpty())
-            m_byDomain[previous->domain].removeOne(previous.get());
+    m_changeListener = std::move(listener);
+}
+
+QList<Inventory::EntryPointer> Inventory::prepare(const QList<InventoryItem> &items) const
+{
+    QList<EntryPointer> entries(items.size());
+    if (items.size() < bulkBatch) {
+        for (qsizetype i = 0; i < items.size(); ++i)
+            entries[i] = std::make_shared<const Entry>(items.at(i), m_collator);
+        return entries;
     }
-    if (entry->listed() && !entry->domain.isEmpty())
-        m_byDomain[entry->domain].append(entry.get());
-    m_entries.insert(item.uuid(), std::move(entry));
-    m_orderDirty = true;
+    // Folding, sort keys and host parsing are most of an unlock's work: spread them over the
+    // cores. Each thread has its own collator; one is not meant to be shared between threads.
+    forEachRange(items.size(), bulkBatch, [&](qsizetype begin, qsizetype end) {
+        const QCollator collator = listCollator();
+        for (qsizetype i = begin; i < end; ++i)
+            entries[i] = std::make_shared<const Entry>(items.at(i), collator);
+    });
+    return entries;
+}
+
+void Inventory::put(const QList<EntryPointer> &entries)
+{
+    InventoryChange change;
+    std::unordered_set<const Entry *> replaced;
+    std::vector<const Entry *> listed;
+    const bool bulk = entries.size() >= bulkBatch;
+    // Keeps each replaced entry alive until it has left the order.
+    QList<EntryPointer> previousEntries;
+    for (const EntryPointer &entry : entries) {
+        const QString &uuid = entry->item.uuid();
+        EntryPointer previous = m_entries.value(uuid);
+        const bool wasListed = previous && previous->listed();
+        if (wasListed) {
+            if (!previous->domain.isEmpty())
+                m_byDomain[previous->domain].removeOne(previous.get());
+            if (bulk) {
+                replaced.insert(previous.get());
+            } else {
+                const auto at =
+                    std::lower_bound(m_order.begin(), m_order.end(), previous.get(), listedBefore);
+                if (at != m_order.end() && *at == previous.get())
+                    m_order.erase(at);
+            }
+        }
+        if (entry->listed()) {
+            if (!entry->domain.isEmpty())
+                m_byDomain[entry->domain].append(entry.get());
+            if (bulk)
+                listed.push_back(entry.get());
+            else
+                m_order.insert(
+                    std::upper_bound(m_order.begin(), m_order.end(), entry.get(), listedBefore),
+                    entry.get());
+            (wasListed ? change.changed : change.added).append(uuid);
+        } else if (wasListed) {
+            change.removed.append(uuid);
+        }
+        if (previous)
+            previousEntries.append(std::move(previous));
+        m_entries.insert(uuid, entry);
+    }
+    if (bulk) {
+        // One sort of the batch and one merge, rather than an insertion per item.
+        const auto wasReplaced = [&](const Entry *entry) { return replaced.contains(entry); };
+        std::erase_if(m_order, wasReplaced);
+        std::erase_if(listed, wasReplaced); // the same uuid twice in one batch
+        parallelSort(listed, listedBefore, bulkBatch);
+        std::vector<const Entry *> merged;
+        merged.reserve(m_order.size() + listed.size());
+        std::merge(m_order.begin(), m_order.end(), listed.begin(), listed.end(),
+                   std::back_inserter(merged), listedBefore);
+        m_order = std::move(merged);
+    }
+    if (m_changeListener && !change.isEmpty())
+        m_changeListener(change);
 }
 
 void Inventory::load(const QList<InventoryItem> &items)
 {
-    for (const InventoryItem &item : items)
-        put(item);
+    put(prepare(items));
 }
 
 void Inventory::save(const QList<InventoryItem> &items)
 {
+    const QList<EntryPointer> entries = prepare(items);
     m_writer.saveItems(items); // throws before memory changes when the write fails
-    load(items);
-}
-
-const std::vector<const Inventory::Entry *> &Inventory::ordered() const
-{
-    if (m_orderDirty) {
-        m_order.clear();
-        m_order.reserve(size_t(m_entries.size()));
-        for (const auto &entry : m_entries) {
-            if (entry->listed())
-                m_order.push_back(entry.get());
-        }
-        std::sort(m_order.begin(), m_order.end(), listedBefore);
-        m_orderDirty = false;
-    }
-    return m_order;
+    put(entries);
 }
 
 QList<InventoryItem> Inventory::itemList() const
 {
     QList<InventoryItem> items;
-    items.reserve(qsizetype(ordered().size()));
-    for (const Entry *entry : ordered())
+    items.reserve(qsizetype(m_order.size()));
+    for (const Entry *entry : m_order)
         items.append(entry->item);
     return items;
 }
@@ -138,9 +205,10 @@ QList<InventoryItem> Inventory::search(const QString &text) const
 {
     const QString needle = fold(text.trimmed());
     QList<InventoryItem> found;
-    for (const Entry *entry : ordered()) {
-        if (entry->foldedTitle.contains(needle) || entry->foldedUsername.contains(needle) ||
-            entry->foldedSite.contains(needle))
+    if (needle.contains(fieldSeparator))
+        return found;
+    for (const Entry *entry : m_order) {
+        if (entry->searchText.contains(needle))
             found.append(entry->item);
     }
     return found;
@@ -151,8 +219,7 @@ QList<InventoryItem> Inventory::itemsMatchingHost(const HostnameInfo &host) cons
     const auto bucket = m_byDomain.constFind(host.matchKey());
     if (bucket == m_byDomain.constEnd())
         return {};
-    // A bucket holds one site's logins: sorting it is cheaper than keeping the whole list
-    // ordered after every change.
+    // A bucket holds one site's logins: sorting it is cheaper than a second ordered index.
     QList<const Entry *> entries = *bucket;
     std::sort(entries.begin(), entries.end(), listedBefore);
     QList<InventoryItem> items;
@@ -165,22 +232,22 @@ QList<InventoryItem> Inventory::itemsMatchingHost(const HostnameInfo &host) cons
 bool Inventory::containsLogin(const QString &username, const QString &site,
                               const QString &password) const
 {
-    const QString host = siteHost(site);
+    const std::optional<HostnameInfo> parsed = parseHost(site);
+    const QString host = typedHost(site, parsed);
     const auto sameLogin = [&](const Entry *entry) {
         return entry->listed() && entry->typedHost == host &&
                entry->item.username().value_or(QString()) == username &&
                entry->item.password() == password;
     };
     // A host's logins all sit in its domain's bucket; only sites that are no host need a scan.
-    if (const std::optional<HostnameInfo> parsed = parseHost(site))
+    if (parsed)
         return std::ranges::any_of(m_byDomain.value(parsed->matchKey()), sameLogin);
-    return std::ranges::any_of(m_entries,
-                               [&](const auto &entry) { return sameLogin(entry.get()); });
+    return std::ranges::any_of(m_order, sameLogin);
 }
 
 std::optional<InventoryItem> Inventory::item(const QString &uuid) const
 {
-    const auto entry = m_entries.value(uuid);
+    const EntryPointer entry = m_entries.value(uuid);
     if (!entry)
         return std::nullopt;
     return entry->item;
@@ -188,7 +255,7 @@ std::optional<InventoryItem> Inventory::item(const QString &uuid) const
 
 int Inventory::count() const
 {
-    return int(ordered().size());
+    return int(m_order.size());
 }
 
 const Inventory::Entry *Inventory::findSameLogin(const InventoryItem &item) const
@@ -236,7 +303,7 @@ void Inventory::add(const QList<InventoryItem> &items)
 
 void Inventory::deleteItem(const QString &uuid)
 {
-    const auto entry = m_entries.value(uuid);
+    const EntryPointer entry = m_entries.value(uuid);
     if (!entry || entry->item.deleted())
         return;
     InventoryItem tombstone = entry->item;

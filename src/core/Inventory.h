@@ -1,12 +1,14 @@
 #pragma once
 
 #include "core/HostnameInfo.h"
+#include "core/InventoryChange.h"
 #include "core/InventoryItem.h"
 
 #include <QCollator>
 #include <QHash>
 #include <QList>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -20,11 +22,14 @@ enum class UpsertReturnVal { inserted, updated, merged };
 //
 // Order everywhere is the inventory order: title compared case- and accent-insensitively,
 // then uuid. Deleted items are tombstones: kept (sync needs them), never listed or found.
-// Each item's folded text and registrable domain are computed once, when it is loaded or
-// changed, so neither search nor host lookup parses or decrypts anything.
+// Each item's folded text, sort key and registrable domain are computed once, when it is loaded
+// or changed, and the order is kept up to date by each change, so neither listing, search nor
+// host lookup parses, sorts or decrypts anything.
 class Inventory
 {
 public:
+    using ChangeListener = std::function<void(const InventoryChange &change)>;
+
     // `writer` persists every change before the call that made it returns.
     explicit Inventory(VaultWriter &writer);
     ~Inventory();
@@ -49,24 +54,30 @@ public:
     // Marks the item deleted (a tombstone). Unknown uuids are ignored.
     void deleteItem(const QString &uuid);
 
-    // Loading and sync: puts items as read from the vault, without writing them back.
+    // Loading and sync: puts items as read from the vault, without writing them back. A large
+    // batch is prepared on every core.
     void load(const QList<InventoryItem> &items);
+
+    // Told after every change that listed, changed or removed items, whoever made it (a save
+    // here, or sync loading what another process wrote), on the thread that made it.
+    void setChangeListener(ChangeListener listener);
 
 private:
     struct Entry;
+    using EntryPointer = std::shared_ptr<const Entry>;
 
-    void put(const InventoryItem &item);
+    void put(const QList<EntryPointer> &entries);
     void save(const QList<InventoryItem> &items);
-    const std::vector<const Entry *> &ordered() const;
+    QList<EntryPointer> prepare(const QList<InventoryItem> &items) const;
     const Entry *findSameLogin(const InventoryItem &item) const;
     static bool listedBefore(const Entry *a, const Entry *b);
 
     VaultWriter &m_writer;
     QCollator m_collator;
-    QHash<QString, std::shared_ptr<Entry>> m_entries;
+    QHash<QString, EntryPointer> m_entries;
     QHash<QString, QList<const Entry *>> m_byDomain;
-    mutable std::vector<const Entry *> m_order;
-    mutable bool m_orderDirty = true;
+    std::vector<const Entry *> m_order; // the listed entries, in inventory order
+    ChangeListener m_changeListener;
 };
 
 } // namespace pexi

@@ -4,6 +4,8 @@
 #include <QJsonDocument>
 #include <QUuid>
 
+#include <simdjson.h>
+
 namespace pexi {
 
 namespace Key {
@@ -46,6 +48,10 @@ InventoryItem::InventoryItem(const QString &title, const std::optional<QString> 
     d->deleted = deleted;
 }
 
+InventoryItem::InventoryItem(InventoryItemData *data) : d(data)
+{
+}
+
 InventoryItem::InventoryItem(const InventoryItem &) = default;
 InventoryItem &InventoryItem::operator=(const InventoryItem &) = default;
 InventoryItem::~InventoryItem() = default;
@@ -60,59 +66,94 @@ QString InventoryItem::currentTimestamp()
     return QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
 }
 
-std::optional<InventoryItem> InventoryItem::fromJson(const QJsonObject &json)
+namespace {
+
+QString text(std::string_view utf8)
 {
-    const QJsonValue uuid = json.value(Key::uuid);
-    const QJsonValue title = json.value(Key::title);
-    const QJsonValue password = json.value(Key::password);
-    const QJsonValue timestamp = json.value(Key::timestamp);
-    if (!uuid.isString() || uuid.toString().isEmpty() || !title.isString() ||
-        !password.isString() || !timestamp.isString())
-        return std::nullopt;
+    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
+}
 
-    // Optional strings: absent means "none", which is not the same as an empty string.
-    auto optionalString = [&json](const QString &key, bool *ok) -> std::optional<QString> {
-        const QJsonValue value = json.value(key);
-        if (value.isUndefined() || value.isNull())
-            return std::nullopt;
-        if (!value.isString())
-            *ok = false;
-        return value.toString();
-    };
-    bool ok = true;
-    const std::optional<QString> username = optionalString(Key::username, &ok);
-    const std::optional<QString> site = optionalString(Key::site, &ok);
+bool readString(simdjson::dom::element value, QString &into)
+{
+    std::string_view utf8;
+    if (value.get(utf8))
+        return false;
+    into = text(utf8);
+    return true;
+}
 
-    Fields fields;
-    const QJsonValue fieldsValue = json.value(Key::fields);
-    if (fieldsValue.isObject()) {
-        const QJsonObject object = fieldsValue.toObject();
-        for (auto it = object.begin(); it != object.end(); ++it) {
-            if (!it.value().isString())
-                return std::nullopt;
-            fields.insert(it.key(), it.value().toString());
-        }
-    } else if (!fieldsValue.isUndefined()) {
-        ok = false;
+// Absent or null means "none", which is not the same as an empty string.
+bool readOptionalString(simdjson::dom::element value, std::optional<QString> &into)
+{
+    if (value.is_null()) {
+        into.reset();
+        return true;
     }
+    into.emplace();
+    return readString(value, *into);
+}
 
-    const QJsonValue deleted = json.value(Key::deleted);
-    if (!deleted.isUndefined() && !deleted.isBool())
-        ok = false;
-    if (!ok)
+bool readFields(simdjson::dom::element value, InventoryItem::Fields &into)
+{
+    simdjson::dom::object object;
+    if (value.get(object))
+        return false;
+    for (const auto [key, field] : object) {
+        QString value;
+        if (!readString(field, value))
+            return false;
+        into.insert(text(key), value);
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<InventoryItem> InventoryItem::fromJson(const QByteArray &utf8)
+{
+    // One parser per thread: items are read on several threads at unlock. Text with room for
+    // the parser's padding behind it is read in place, not copied.
+    thread_local simdjson::dom::parser parser;
+    const bool padded = size_t(utf8.capacity() - utf8.size()) >= simdjson::SIMDJSON_PADDING;
+    simdjson::dom::object object;
+    if (parser.parse(utf8.constData(), size_t(utf8.size()), !padded).get(object))
         return std::nullopt;
 
-    return InventoryItem(title.toString(), username, password.toString(), site, fields,
-                         timestamp.toString(), uuid.toString(), deleted.toBool(false));
+    // A key written twice counts as its last value.
+    InventoryItem item(new InventoryItemData);
+    InventoryItemData &data = *item.d;
+    bool hasTitle = false, hasPassword = false, hasTimestamp = false;
+    for (const auto [key, value] : object) {
+        bool ok = true;
+        if (key == "uuid")
+            ok = readString(value, data.uuid);
+        else if (key == "title")
+            ok = hasTitle = readString(value, data.title);
+        else if (key == "password")
+            ok = hasPassword = readString(value, data.password);
+        else if (key == "timestamp")
+            ok = hasTimestamp = readString(value, data.timestamp);
+        else if (key == "username")
+            ok = readOptionalString(value, data.username);
+        else if (key == "site")
+            ok = readOptionalString(value, data.site);
+        else if (key == "deleted")
+            ok = !value.get(data.deleted);
+        else if (key == "fields")
+            ok = readFields(value, data.fields);
+        if (!ok)
+            return std::nullopt;
+    }
+    if (data.uuid.isEmpty() || !hasTitle || !hasPassword || !hasTimestamp)
+        return std::nullopt;
+    return item;
 }
 
 std::optional<InventoryItem> InventoryItem::fromJsonText(const QString &text)
 {
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
-    if (error.error != QJsonParseError::NoError || !document.isObject())
-        return std::nullopt;
-    return fromJson(document.object());
+    QByteArray utf8 = text.toUtf8();
+    utf8.reserve(utf8.size() + qsizetype(simdjson::SIMDJSON_PADDING));
+    return fromJson(utf8);
 }
 
 QJsonObject InventoryItem::toJsonObject() const

@@ -28,8 +28,9 @@ public:
     InventoryItem &operator=(const InventoryItem &);
     ~InventoryItem();
 
-    // Rebuilds an item from its JSON object; nullopt when a required key is missing or mistyped.
-    static std::optional<InventoryItem> fromJson(const QJsonObject &json);
+    // Rebuilds an item from its JSON text (UTF-8); nullopt when the text is not JSON or a
+    // required key is missing or mistyped.
+    static std::optional<InventoryItem> fromJson(const QByteArray &utf8);
     static std::optional<InventoryItem> fromJsonText(const QString &text);
     QJsonObject toJsonObject() const;
     QString toJson() const;
@@ -57,6 +58,8 @@ public:
     static QString currentTimestamp();
 
 private:
+    explicit InventoryItem(InventoryItemData *data);
+
     QSharedDataPointer<InventoryItemData> d;
 };
 

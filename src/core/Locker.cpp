@@ -3,6 +3,7 @@
 #include "core/Account.h"
 #include "core/EncryptionService.h"
 #include "core/Vault.h"
+#include "core/VaultError.h"
 #include "core/VaultSession.h"
 
 namespace pexi {
@@ -50,7 +51,22 @@ bool Locker::unlock()
     m_encryption.forgetKeys();
     if (!key)
         return false;
-    m_session = std::make_unique<VaultSession>(m_vault, std::move(*key));
+    return install(std::make_unique<VaultSession>(m_vault.openFile(), std::move(*key)));
+}
+
+bool Locker::install(std::unique_ptr<VaultSession> session)
+{
+    if (m_session)
+        return true;
+    try {
+        if (session->vaultId() != m_vault.header().vaultId)
+            return false;
+    } catch (const VaultError &) {
+        return false; // gone or damaged since
+    }
+    m_session = std::move(session);
+    m_session->inventory().setChangeListener(
+        [this](const InventoryChange &change) { emit inventoryChanged(change); });
     m_center.post(PexiUnlockedNotification, this);
     return true;
 }

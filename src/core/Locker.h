@@ -1,8 +1,10 @@
 #pragma once
 
+#include "core/InventoryChange.h"
 #include "core/LockState.h"
 #include "core/NotificationCenter.h"
 
+#include <QObject>
 #include <QStringList>
 
 #include <functional>
@@ -17,8 +19,9 @@ class Vault;
 class VaultSession;
 
 // Owns the lock: the key and the decrypted items exist only while unlocked.
-class Locker
+class Locker : public QObject
 {
+    Q_OBJECT
 public:
     static const QString PexiLockedNotification;
     static const QString PexiUnlockedNotification;
@@ -26,7 +29,7 @@ public:
     static Locker &instance();
     Locker(Vault &vault, Account &account, EncryptionService &encryption,
            NotificationCenter &center = NotificationCenter::defaultCenter());
-    ~Locker();
+    ~Locker() override;
 
     LockState lockState() const;
     // Wipes the key, drops the items and posts PexiLockedNotification. No-op while locked.
@@ -35,6 +38,11 @@ public:
     // posts PexiUnlockedNotification. False when there is no secret or it does not open the vault.
     // Throws VaultError when the vault cannot be read at all.
     bool unlock();
+    // The quick half of an unlock whose slow half (VaultOpener::open) ran elsewhere, typically
+    // on a worker thread: makes `session` the open vault and posts PexiUnlockedNotification on
+    // the calling thread. Already unlocked, it keeps the open session and drops this one. False,
+    // dropping it too, when the vault was re-created since the session was opened.
+    bool install(std::unique_ptr<VaultSession> session);
 
     // Runs `block` synchronously on the calling thread, before returning; not at all while
     // locked. Returns whether it ran.
@@ -46,6 +54,11 @@ public:
     // Sync: folds in what another process wrote since the last look. Returns whether any item
     // changed; no-op while locked.
     bool reloadChangedItems();
+
+signals:
+    // Items listed, changed or removed in the open vault, whoever changed them: this process
+    // or, folded in by sync, another one. Emitted on the thread that made the change.
+    void inventoryChanged(const pexi::InventoryChange &change);
 
 private:
     Vault &m_vault;

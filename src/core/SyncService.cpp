@@ -4,6 +4,8 @@
 #include "core/Vault.h"
 #include "core/VaultError.h"
 
+#include <QFileInfo>
+
 namespace pexi {
 
 SyncService &SyncService::shared()
@@ -12,13 +14,41 @@ SyncService &SyncService::shared()
     return service;
 }
 
-SyncService::SyncService(Vault &vault, Locker &locker, int pollIntervalMs)
+SyncService::SyncService(Vault &vault, Locker &locker, int fallbackPollMs)
     : m_vault(vault), m_locker(locker)
 {
-    // Polling two stat() calls is cheaper and more dependable than file watches, which miss
-    // writes to an already open WAL file on some file systems and all of them on network mounts.
-    m_timer.setInterval(pollIntervalMs);
-    connect(&m_timer, &QTimer::timeout, this, &SyncService::checkNow);
+    m_settle.setSingleShot(true);
+    m_settle.setInterval(0);
+    connect(&m_settle, &QTimer::timeout, this, &SyncService::checkNow);
+    connect(&m_watcher, &QFileSystemWatcher::fileChanged, &m_settle, qOverload<>(&QTimer::start));
+    // The directory changes when the vault or its WAL file is made, replaced or removed; the
+    // file watches follow the new files.
+    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] {
+        watch();
+        m_settle.start();
+    });
+    m_fallbackPoll.setInterval(fallbackPollMs);
+    connect(&m_fallbackPoll, &QTimer::timeout, this, [this] {
+        watch();
+        checkNow();
+    });
+}
+
+// Watches the data directory, the vault and its WAL file where they exist. Where the directory
+// cannot be watched (not there yet, or a file system without change events) a slow poll looks
+// instead, until it can.
+void SyncService::watch()
+{
+    const QString file = m_vault.filePath();
+    for (const QString &path : {m_vault.dataDirectory(), file, file + QStringLiteral("-wal")}) {
+        if (!m_watcher.files().contains(path) && !m_watcher.directories().contains(path) &&
+            QFileInfo::exists(path))
+            m_watcher.addPath(path);
+    }
+    if (m_watcher.directories().isEmpty())
+        m_fallbackPoll.start();
+    else
+        m_fallbackPoll.stop();
 }
 
 void SyncService::setRemoteStoreChangedHandler(Handler handler)
@@ -39,12 +69,15 @@ void SyncService::start()
     } catch (const VaultError &) {
         m_vaultId.clear();
     }
-    m_timer.start();
+    watch();
 }
 
 void SyncService::stop()
 {
-    m_timer.stop();
+    m_fallbackPoll.stop();
+    m_settle.stop();
+    if (!m_watcher.files().isEmpty() || !m_watcher.directories().isEmpty())
+        m_watcher.removePaths(m_watcher.files() + m_watcher.directories());
 }
 
 void SyncService::checkNow()

@@ -154,24 +154,34 @@ std::optional<SecureBytes> Vault::deviceKey()
     return m_deviceKeys->load(header().accountId.toString(QUuid::WithoutBraces));
 }
 
-std::optional<SecureBytes> Vault::keyForSecret(const SecureBytes &secret)
+SecureBytes Vault::requireDeviceKey()
 {
-    const std::optional<SecureBytes> device = deviceKey();
+    std::optional<SecureBytes> device = deviceKey();
     if (!device)
         throw VaultError(QStringLiteral("This device has no key for the vault at %1; import it "
                                         "with \"pexi-vault import-device-key\".")
                              .arg(filePath()));
-    return keyForSecret(secret, *device);
+    return std::move(*device);
+}
+
+std::optional<SecureBytes> Vault::keyForSecret(const SecureBytes &secret)
+{
+    return keyForSecret(secret, requireDeviceKey());
 }
 
 std::optional<SecureBytes> Vault::keyForSecret(const SecureBytes &secret,
                                                const SecureBytes &deviceKey)
 {
-    const VaultHeader &vaultHeader = header();
-    SecureBytes key = VaultCipher::deriveKey(secret, vaultHeader.salt, vaultHeader.opsLimit,
-                                             vaultHeader.memLimit, deviceKey);
-    const auto opened = VaultCipher::open(key, {vaultHeader.verifierNonce, vaultHeader.verifier},
-                                          verifierAssociatedData(vaultHeader.vaultId));
+    return keyForSecret(header(), secret, deviceKey);
+}
+
+std::optional<SecureBytes> Vault::keyForSecret(const VaultHeader &header, const SecureBytes &secret,
+                                               const SecureBytes &deviceKey)
+{
+    SecureBytes key =
+        VaultCipher::deriveKey(secret, header.salt, header.opsLimit, header.memLimit, deviceKey);
+    const auto opened = VaultCipher::open(key, {header.verifierNonce, header.verifier},
+                                          verifierAssociatedData(header.vaultId));
     if (!opened || *opened != verifierText)
         return std::nullopt;
     return key;

@@ -42,10 +42,16 @@ public:
     // The same with a given device key, to check a key before it is stored.
     std::optional<SecureBytes> keyForSecret(const SecureBytes &secret,
                                             const SecureBytes &deviceKey);
+    // The same for a vault with `header`; reads nothing else, so it may run on any thread.
+    static std::optional<SecureBytes> keyForSecret(const VaultHeader &header,
+                                                   const SecureBytes &secret,
+                                                   const SecureBytes &deviceKey);
     std::unique_ptr<VaultFile> openFile() const;
 
     DeviceKeyStore &deviceKeys() { return *m_deviceKeys; }
     std::optional<SecureBytes> deviceKey();
+    // This device's key for the vault. Throws VaultError when it has none.
+    SecureBytes requireDeviceKey();
 
     // Changes whenever the vault's files change on disk (size, time or identity).
     QByteArray fileStamp() const;

@@ -1,17 +1,15 @@
 #include "core/VaultSession.h"
 
-#include "core/Vault.h"
+#include "core/Parallel.h"
 #include "core/VaultCipher.h"
 #include "core/VaultError.h"
-
-#include <QJsonDocument>
 
 #include <sodium.h>
 
 namespace pexi {
 
-VaultSession::VaultSession(Vault &vault, SecureBytes key)
-    : m_key(std::move(key)), m_file(vault.openFile()), m_inventory(*this)
+VaultSession::VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key)
+    : m_key(std::move(key)), m_file(std::move(file)), m_inventory(*this)
 {
     m_inventory.load(readItemsSinceLastRevision());
 }
@@ -22,27 +20,40 @@ QList<InventoryItem> VaultSession::readItemsSinceLastRevision()
 {
     qint64 latest = 0;
     const QList<VaultFile::SealedItem> sealed = m_file->readItems(m_revision, &latest);
+    // Decrypting and reading the items is most of an unlock after the key: every core helps.
+    std::vector<std::optional<InventoryItem>> opened(size_t(sealed.size()));
+    forEachRange(sealed.size(), 512, [&](qsizetype begin, qsizetype end) {
+        for (qsizetype i = begin; i < end; ++i)
+            opened[size_t(i)] = openItem(sealed.at(i));
+    });
     QList<InventoryItem> items;
     items.reserve(sealed.size());
-    for (const VaultFile::SealedItem &row : sealed) {
-        std::optional<QByteArray> plain =
-            VaultCipher::open(m_key, {row.nonce, row.ciphertext}, row.uuid.toUtf8());
-        std::optional<InventoryItem> item;
-        if (plain) {
-            item = InventoryItem::fromJson(QJsonDocument::fromJson(*plain).object());
-            sodium_memzero(plain->data(), size_t(plain->size()));
-        }
-        // The uuid inside must be the row's: a row copied over another is not that item.
-        if (!item || item->uuid() != row.uuid) {
-            if (!m_unreadable.contains(row.uuid))
-                m_unreadable.append(row.uuid);
+    for (qsizetype i = 0; i < sealed.size(); ++i) {
+        const QString &uuid = sealed.at(i).uuid;
+        if (!opened[size_t(i)]) {
+            if (!m_unreadable.contains(uuid))
+                m_unreadable.append(uuid);
             continue;
         }
-        m_unreadable.removeOne(row.uuid);
-        items.append(*item);
+        m_unreadable.removeOne(uuid);
+        items.append(std::move(*opened[size_t(i)]));
     }
     m_revision = latest;
     return items;
+}
+
+std::optional<InventoryItem> VaultSession::openItem(const VaultFile::SealedItem &row) const
+{
+    std::optional<QByteArray> plain =
+        VaultCipher::open(m_key, {row.nonce, row.ciphertext}, row.uuid.toUtf8());
+    if (!plain)
+        return std::nullopt;
+    std::optional<InventoryItem> item = InventoryItem::fromJson(*plain);
+    sodium_memzero(plain->data(), size_t(plain->size()));
+    // The uuid inside must be the row's: a row copied over another is not that item.
+    if (!item || item->uuid() != row.uuid)
+        return std::nullopt;
+    return item;
 }
 
 bool VaultSession::reloadChangedItems()

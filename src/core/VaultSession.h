@@ -11,19 +11,21 @@
 
 namespace pexi {
 
-class Vault;
-
 // The open vault: its key, its file and the decrypted inventory. Exists only while unlocked;
 // destroying it wipes the key and drops the items.
 class VaultSession : public VaultWriter
 {
 public:
-    // Reads and decrypts every item. Items that fail authentication are skipped and listed in
-    // unreadableItems(); the others load. Throws VaultError when the file cannot be read.
-    VaultSession(Vault &vault, SecureBytes key);
+    // Reads and decrypts every item of `file` with `key`, on every core. Items that fail
+    // authentication are skipped and listed in unreadableItems(); the others load. Throws
+    // VaultError when the file cannot be read. Touches nothing outside itself, so it may be
+    // made on any thread and used on another.
+    VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key);
     ~VaultSession() override;
 
     Inventory &inventory() { return m_inventory; }
+    // The vault this session opened; a re-created vault has another.
+    const QString &vaultId() const { return m_file->header().vaultId; }
     const QStringList &unreadableItems() const { return m_unreadable; }
 
     // Folds in items written since the last read (by anyone). Returns whether any changed.
@@ -33,6 +35,7 @@ public:
 
 private:
     QList<InventoryItem> readItemsSinceLastRevision();
+    std::optional<InventoryItem> openItem(const VaultFile::SealedItem &row) const;
 
     SecureBytes m_key;
     std::unique_ptr<VaultFile> m_file;

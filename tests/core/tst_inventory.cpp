@@ -2,6 +2,7 @@
 
 #include "core/Inventory.h"
 
+#include <QRandomGenerator>
 #include <QTest>
 
 using pexi::Inventory;
@@ -102,6 +103,7 @@ private Q_SLOTS:
         QTest::newRow("accent-free query finds accents") << "cafe" << QStringList{"Café"};
         QTest::newRow("deleted never found") << "old" << QStringList{};
         QTest::newRow("no match") << "zzz" << QStringList{};
+        QTest::newRow("never across two fields") << "boxann" << QStringList{};
     }
 
     void search()
@@ -142,6 +144,12 @@ private Q_SLOTS:
         QTest::newRow("deleted item ignored") << "gone"
                                               << "shop.example.com"
                                               << "pw" << false;
+        QTest::newRow("deleted item without a host ignored") << "gone"
+                                                             << "exa mple"
+                                                             << "pw" << false;
+        QTest::newRow("deleted item without a site ignored") << "gone"
+                                                             << ""
+                                                             << "pw" << false;
     }
 
     void containsLogin()
@@ -152,7 +160,9 @@ private Q_SLOTS:
         QFETCH(bool, expected);
         seed({item("Shop", "1", "ann", "shop.example.com", "pw"),
               item("No user", "2", std::nullopt, "nouser.example", "pw"),
-              InventoryItem("Gone", "gone", "pw", "shop.example.com", {}, {}, "3", true)});
+              InventoryItem("Gone", "gone", "pw", "shop.example.com", {}, {}, "3", true),
+              InventoryItem("Gone too", "gone", "pw", "exa mple", {}, {}, "4", true),
+              InventoryItem("Gone three", "gone", "pw", "", {}, {}, "5", true)});
         withInventory([&](Inventory &inventory) {
             QCOMPARE(inventory.containsLogin(username, site, password), expected);
         });
@@ -253,6 +263,74 @@ private Q_SLOTS:
             }
             QCOMPARE(titles(inventory.itemsMatchingHost(host)), expected);
         });
+    }
+
+    // The order is kept up to date change by change (and batch by batch for large ones); it must
+    // always be the order a fresh unlock sorts from scratch.
+    void orderFollowsEveryChange()
+    {
+        QRandomGenerator random(7);
+        QStringList uuids;
+        const auto randomTitle = [&] { return QString::number(random.bounded(60)) + " item"; };
+        for (int round = 0; round < 60; ++round) {
+            withInventory([&](Inventory &inventory) {
+                switch (random.bounded(round % 20 == 0 ? 4 : 3)) {
+                case 0: {
+                    const InventoryItem added(randomTitle(), {}, "p");
+                    uuids.append(added.uuid());
+                    inventory.upsert(added);
+                    break;
+                }
+                case 1:
+                    if (!uuids.isEmpty()) {
+                        InventoryItem renamed =
+                            *inventory.item(uuids.at(random.bounded(int(uuids.size()))));
+                        renamed.setTitle(randomTitle());
+                        inventory.upsert(renamed);
+                    }
+                    break;
+                case 2:
+                    if (!uuids.isEmpty())
+                        inventory.deleteItem(uuids.at(random.bounded(int(uuids.size()))));
+                    break;
+                default: { // a batch large enough to be sorted on every core
+                    QList<InventoryItem> batch;
+                    for (int i = 0; i < 300; ++i)
+                        batch.append(InventoryItem(randomTitle(), {}, "p"));
+                    inventory.add(batch);
+                    break;
+                }
+                }
+            });
+            QList<InventoryItem> kept;
+            withInventory([&](Inventory &inventory) { kept = inventory.itemList(); });
+            if (round % 10 == 9) {
+                relock();
+                withInventory([&](Inventory &inventory) {
+                    QCOMPARE(inventory.itemList(), kept);
+                    QCOMPARE(inventory.count(), kept.size());
+                });
+            }
+        }
+    }
+
+    void changesAreReported()
+    {
+        seed({item("Shop", "1", {}, "shop.example.com"), item("Mail", "2")});
+        QList<pexi::InventoryChange> heard;
+        withInventory([&](Inventory &inventory) {
+            inventory.setChangeListener(
+                [&](const pexi::InventoryChange &change) { heard.append(change); });
+            inventory.upsert(item("New", "3"));
+            inventory.upsert(item("Shop renamed", "1"));
+            inventory.deleteItem("2");
+            inventory.deleteItem("2"); // already gone: nothing to tell
+            inventory.add({item("A", "4"), item("B", "5")});
+            inventory.upsert(InventoryItem("Tombstone", {}, "p", {}, {}, {}, "6", true));
+        });
+        QCOMPARE(heard,
+                 (QList<pexi::InventoryChange>{
+                     {{"3"}, {}, {}}, {{}, {"1"}, {}}, {{}, {}, {"2"}}, {{"4", "5"}, {}, {}}}));
     }
 
     void changedItemIsReindexed()

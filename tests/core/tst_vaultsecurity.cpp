@@ -98,8 +98,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("tampering");
         QTest::addColumn<QStringList>("refused");
         QTest::newRow("flipped ciphertext byte")
-            << "UPDATE items SET ciphertext = CAST(X'00' AS BLOB) || substr(ciphertext, 2) WHERE "
-               "uuid = 'B'"
+            << "UPDATE items SET ciphertext = (CASE WHEN substr(ciphertext, 1, 1) = X'00' THEN "
+               "X'01' ELSE X'00' END) || substr(ciphertext, 2) WHERE uuid = 'B'"
             << QStringList{"B"};
         QTest::newRow("nonce replaced")
             << "UPDATE items SET nonce = zeroblob(24) WHERE uuid = 'A'" << QStringList{"A"};
@@ -236,6 +236,26 @@ private Q_SLOTS:
         QCOMPARE(seen.size(), 45);
         QVERIFY(!v.vault.header().accountId.isNull());
         QCOMPARE(v.account.userIdentifier(), v.vault.header().accountId);
+    }
+
+    // Where the chosen pictures sit is drawn anew for every vault: fixed places would give the
+    // secret away to anyone who knows how vaults are made.
+    void chosenPicturesSitInRandomPlaces()
+    {
+        QSet<QString> placements;
+        for (int i = 0; i < 4; ++i) {
+            TemporaryVault v;
+            QString places;
+            const QList<pexi::ImageGrid> grids = pexi::GridLibrary(v.vault).grids();
+            for (int g = 0; g < 3; ++g) {
+                for (int at = 0; at < 15; ++at)
+                    places +=
+                        TemporaryVault::chosen()[g].contains(grids[g].pictureName(at)) ? '*' : '.';
+            }
+            placements.insert(places);
+        }
+        // Four equal placements out of 455^3 possible ones only happen when nothing is drawn.
+        QVERIFY(placements.size() > 1);
     }
 };
 
