@@ -1,5 +1,6 @@
 #include "core/DeviceKeyStore.h"
 
+#include "core/PrivateDirectory.h"
 #include "core/VaultCipher.h"
 #include "core/VaultError.h"
 
@@ -82,18 +83,24 @@ QString FileDeviceKeyStore::pathFor(const QString &accountId) const
 std::optional<SecureBytes> FileDeviceKeyStore::load(const QString &accountId)
 {
     QFile file(pathFor(accountId));
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.exists())
         return std::nullopt;
+    // There but not usable is not the same as missing: importing a key again would not help.
+    if (!file.open(QIODevice::ReadOnly))
+        throw VaultError(QStringLiteral("The device key %1 is there but cannot be read (%2).")
+                             .arg(file.fileName(), file.errorString()));
     QByteArray text = file.read(256);
     auto key = decode(QString::fromLatin1(text));
     sodium_memzero(text.data(), size_t(text.size()));
+    if (!key)
+        throw VaultError(QStringLiteral("The device key %1 is damaged; it was left untouched.")
+                             .arg(file.fileName()));
     return key;
 }
 
 void FileDeviceKeyStore::store(const QString &accountId, const SecureBytes &key)
 {
-    if (!QDir().mkpath(m_directory) ||
-        !QFile::setPermissions(m_directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
+    if (!makePrivateDirectory(m_directory))
         throw VaultError(QStringLiteral("Cannot create %1 for the device key.").arg(m_directory));
     QSaveFile file(pathFor(accountId));
     // Restrict before any byte of the key is written.

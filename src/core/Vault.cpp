@@ -2,6 +2,7 @@
 
 #include "core/GridLibrary.h"
 #include "core/PictureLibrary.h"
+#include "core/PrivateDirectory.h"
 #include "core/VaultCipher.h"
 #include "core/VaultError.h"
 
@@ -119,10 +120,9 @@ VaultHeader Vault::create(const QList<QStringList> &chosenPictures)
         VaultCipher::seal(key, verifierText, verifierAssociatedData(header.vaultId));
     header.verifierNonce = verifier.nonce;
     header.verifier = verifier.ciphertext;
+    header.mac = VaultCipher::headerMac(deviceKey, header.authenticatedBytes());
 
-    if (!QDir().mkpath(m_dataDirectory) ||
-        !QFile::setPermissions(m_dataDirectory,
-                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
+    if (!makePrivateDirectory(m_dataDirectory))
         throw VaultError(
             QStringLiteral("Cannot create the data directory %1.").arg(m_dataDirectory));
     // The key goes first: a vault file must never exist without the key that opens it.
@@ -172,12 +172,35 @@ std::optional<SecureBytes> Vault::keyForSecret(const SecureBytes &secret)
 std::optional<SecureBytes> Vault::keyForSecret(const SecureBytes &secret,
                                                const SecureBytes &deviceKey)
 {
-    return keyForSecret(header(), secret, deviceKey);
+    std::optional<SecureBytes> key = keyForSecret(header(), secret, deviceKey);
+    if (key && header().mac.isEmpty()) {
+        sealHeader(*openFile(), deviceKey);
+        reloadHeader();
+    }
+    return key;
+}
+
+bool Vault::isSealedBy(const VaultHeader &header, const SecureBytes &deviceKey)
+{
+    return header.mac.isEmpty() ||
+           VaultCipher::macMatches(header.mac,
+                                   VaultCipher::headerMac(deviceKey, header.authenticatedBytes()));
+}
+
+void Vault::sealHeader(VaultFile &file, const SecureBytes &deviceKey)
+{
+    if (file.header().mac.isEmpty())
+        file.writeHeaderMac(VaultCipher::headerMac(deviceKey, file.header().authenticatedBytes()));
 }
 
 std::optional<SecureBytes> Vault::keyForSecret(const VaultHeader &header, const SecureBytes &secret,
                                                const SecureBytes &deviceKey)
 {
+    // Checked before deriving: damage to the salt or the costs would otherwise look like wrong
+    // pictures, and a header asking for absurd costs must not get to spend them.
+    if (!isSealedBy(header, deviceKey))
+        throw VaultError(QStringLiteral("The vault's header is damaged, or this device's key "
+                                        "is not the vault's; the file was left untouched."));
     SecureBytes key =
         VaultCipher::deriveKey(secret, header.salt, header.opsLimit, header.memLimit, deviceKey);
     const auto opened = VaultCipher::open(key, {header.verifierNonce, header.verifier},

@@ -43,10 +43,16 @@ public:
     std::optional<SecureBytes> keyForSecret(const SecureBytes &secret,
                                             const SecureBytes &deviceKey);
     // The same for a vault with `header`; reads nothing else, so it may run on any thread.
+    // Throws VaultError when the header is damaged (its MAC or its costs), before deriving.
     static std::optional<SecureBytes> keyForSecret(const VaultHeader &header,
                                                    const SecureBytes &secret,
                                                    const SecureBytes &deviceKey);
     std::unique_ptr<VaultFile> openFile() const;
+    // Whether `deviceKey` sealed `header` (headers made before sealing pass). With the right
+    // key, false means the header is damaged; with a key from elsewhere, it may be the key.
+    static bool isSealedBy(const VaultHeader &header, const SecureBytes &deviceKey);
+    // Gives a header made before headers were sealed its MAC; the key has just opened it.
+    static void sealHeader(VaultFile &file, const SecureBytes &deviceKey);
 
     DeviceKeyStore &deviceKeys() { return *m_deviceKeys; }
     std::optional<SecureBytes> deviceKey();

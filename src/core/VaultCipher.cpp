@@ -14,6 +14,7 @@ void ensureSodium()
 }
 
 const QByteArray keyContext = QByteArrayLiteral("pexi vault key v1");
+const QByteArray headerContext = QByteArrayLiteral("pexi vault header v1");
 } // namespace
 
 QByteArray VaultCipher::randomBytes(std::size_t size)
@@ -37,8 +38,10 @@ SecureBytes VaultCipher::deriveKey(const SecureBytes &secret, const QByteArray &
 {
     ensureSodium();
     if (salt.size() != static_cast<qsizetype>(crypto_pwhash_SALTBYTES) ||
-        deviceKey.size() != KeySize)
-        throw VaultError(QStringLiteral("The vault's key parameters are damaged."));
+        deviceKey.size() != KeySize || opsLimit < MinOpsLimit || opsLimit > MaxOpsLimit ||
+        memLimit < MinMemLimit || memLimit > MaxMemLimit)
+        throw VaultError(QStringLiteral("The vault's header is damaged (its key derivation "
+                                        "settings are out of range)."));
 
     SecureBytes stretched(KeySize);
     if (crypto_pwhash(stretched.data(), stretched.size(),
@@ -101,6 +104,27 @@ std::optional<QByteArray> VaultCipher::open(const SecureBytes &key, const Sealed
         return std::nullopt;
     plaintext.resize(static_cast<qsizetype>(length));
     return plaintext;
+}
+
+QByteArray VaultCipher::headerMac(const SecureBytes &deviceKey, const QByteArray &message)
+{
+    ensureSodium();
+    QByteArray mac(crypto_generichash_BYTES, Qt::Uninitialized);
+    crypto_generichash_state state;
+    crypto_generichash_init(&state, deviceKey.data(), deviceKey.size(), size_t(mac.size()));
+    for (const QByteArray *part : {&headerContext, &message})
+        crypto_generichash_update(&state,
+                                  reinterpret_cast<const unsigned char *>(part->constData()),
+                                  static_cast<unsigned long long>(part->size()));
+    crypto_generichash_final(&state, reinterpret_cast<unsigned char *>(mac.data()),
+                             size_t(mac.size()));
+    return mac;
+}
+
+bool VaultCipher::macMatches(const QByteArray &mac, const QByteArray &expected)
+{
+    return mac.size() == expected.size() &&
+           sodium_memcmp(mac.constData(), expected.constData(), size_t(mac.size())) == 0;
 }
 
 } // namespace pexi

@@ -19,6 +19,12 @@ public:
     // device that holds both.
     static constexpr quint64 DefaultOpsLimit = 3;
     static constexpr quint64 DefaultMemLimit = 64ull * 1024 * 1024;
+    // Costs a vault may ask for. Anything outside is damage or a trap (a header asking for
+    // terabytes of memory): refused before deriving.
+    static constexpr quint64 MinOpsLimit = 1;
+    static constexpr quint64 MaxOpsLimit = 16;
+    static constexpr quint64 MinMemLimit = 8ull * 1024 * 1024;
+    static constexpr quint64 MaxMemLimit = 1024ull * 1024 * 1024;
 
     struct Sealed
     {
@@ -39,6 +45,10 @@ public:
                        const QByteArray &associatedData);
     static std::optional<QByteArray> open(const SecureBytes &key, const Sealed &sealed,
                                           const QByteArray &associatedData);
+
+    // Keyed BLAKE2b over `message`, under the device key, apart from the vault key's use of it.
+    static QByteArray headerMac(const SecureBytes &deviceKey, const QByteArray &message);
+    static bool macMatches(const QByteArray &mac, const QByteArray &expected);
 };
 
 } // namespace pexi

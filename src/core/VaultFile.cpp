@@ -151,6 +151,7 @@ const QString opsLimit = QStringLiteral("kdf_ops_limit");
 const QString memLimit = QStringLiteral("kdf_mem_limit");
 const QString verifierNonce = QStringLiteral("verifier_nonce");
 const QString verifier = QStringLiteral("verifier");
+const QString headerMac = QStringLiteral("header_mac");
 const QString revision = QStringLiteral("revision");
 QString grid(int index)
 {
@@ -210,7 +211,9 @@ VaultHeader VaultFile::readHeader(sqlite3 *db, const QString &path)
     const auto required = [&](const QString &key) {
         if (!meta.contains(key))
             throw VaultError(
-                QStringLiteral("The vault %1 is damaged (its %2 is missing).").arg(path, key));
+                QStringLiteral("The vault's header is damaged (its %2 is missing); %1 was left "
+                               "untouched.")
+                    .arg(path, key));
         return meta.value(key);
     };
     VaultHeader header;
@@ -231,9 +234,10 @@ VaultHeader VaultFile::readHeader(sqlite3 *db, const QString &path)
     for (int grid = 0; grid < 3; ++grid)
         header.grids.append(QString::fromUtf8(required(MetaKey::grid(grid)))
                                 .split(QLatin1Char(','), Qt::SkipEmptyParts));
+    header.mac = meta.value(MetaKey::headerMac);
     if (header.accountId.isNull() || header.opsLimit == 0 || header.memLimit == 0)
         throw VaultError(
-            QStringLiteral("The vault %1 is damaged (its header is invalid).").arg(path));
+            QStringLiteral("The vault's header is damaged; %1 was left untouched.").arg(path));
     return header;
 }
 
@@ -270,6 +274,7 @@ void VaultFile::create(const QString &path, const VaultHeader &header)
             put(MetaKey::revision, QByteArrayLiteral("0"));
             for (int grid = 0; grid < header.grids.size(); ++grid)
                 put(MetaKey::grid(grid), header.grids.at(grid).join(QLatin1Char(',')).toUtf8());
+            put(MetaKey::headerMac, header.mac);
         });
         exec(db, "PRAGMA journal_mode=WAL", partial);
     } catch (...) {
@@ -283,6 +288,17 @@ void VaultFile::create(const QString &path, const VaultHeader &header)
         QFile::remove(partial);
         throw VaultError(QStringLiteral("The vault could not be saved at %1.").arg(path));
     }
+}
+
+void VaultFile::writeHeaderMac(const QByteArray &mac)
+{
+    inTransaction(m_db, m_path, [&] {
+        Statement insert(m_db, "INSERT OR REPLACE INTO meta (key, value) VALUES (?, ?)", m_path);
+        insert.bind(1, MetaKey::headerMac);
+        insert.bind(2, mac);
+        insert.step();
+    });
+    m_header.mac = mac;
 }
 
 QList<VaultFile::SealedItem> VaultFile::readItems(qint64 afterRevision, qint64 *latestRevision)

@@ -33,6 +33,8 @@ public:
     VaultFile &operator=(const VaultFile &) = delete;
 
     const VaultHeader &header() const { return m_header; }
+    // Seals a header made before headers carried a MAC. Changes nothing else.
+    void writeHeaderMac(const QByteArray &mac);
 
     // Items written after `afterRevision`; `latestRevision` receives the file's revision.
     QList<SealedItem> readItems(qint64 afterRevision, qint64 *latestRevision);

@@ -21,6 +21,13 @@ struct VaultHeader
     QByteArray verifierNonce;
     QByteArray verifier;      // a known text sealed with the vault key: the only way to check a key
     QList<QStringList> grids; // three grids of fifteen picture names
+    // A MAC over every field above, keyed with this device's key, so that damage anywhere in
+    // the header is told apart from wrong pictures. Empty in vaults made before headers were
+    // sealed; they gain it at their first unlock.
+    QByteArray mac;
+
+    // Every field but the MAC, in a fixed unambiguous layout: what the MAC covers.
+    QByteArray authenticatedBytes() const;
 };
 
 } // namespace pexi

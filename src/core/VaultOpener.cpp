@@ -21,6 +21,7 @@ std::unique_ptr<VaultSession> VaultOpener::open(const SecureBytes &secret) const
     // Re-created since this opener was made: the key belongs to the vault that is gone.
     if (file->header().vaultId != m_header.vaultId)
         throw VaultError(QStringLiteral("The vault was replaced while it was being opened."));
+    Vault::sealHeader(*file, m_deviceKey);
     return std::make_unique<VaultSession>(std::move(file), std::move(*key));
 }
 

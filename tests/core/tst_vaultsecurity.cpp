@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+#include <sys/stat.h>
+
 #include <sqlite3.h>
 
 using pexi::Inventory;
@@ -24,6 +26,21 @@ void execSql(const QString &path, const QString &sql)
     sqlite3_free(error);
     sqlite3_close(db);
     QVERIFY2(rc == SQLITE_OK, qPrintable(message));
+}
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+// SQL that changes the first byte of a header value to another digit, so numbers stay numbers.
+QString flipFirstByte(const QString &key)
+{
+    return QStringLiteral("UPDATE meta SET value = (CASE WHEN substr(value, 1, 1) = '1' THEN '2' "
+                          "ELSE '1' END) || substr(value, 2) WHERE key = '%1'")
+        .arg(key);
 }
 
 QByteArray readAll(const QString &path)
@@ -72,25 +89,104 @@ private Q_SLOTS:
         QCOMPARE(QFile::permissions(keyFile) & 0x0077, QFile::Permissions());
     }
 
-    void otherDeviceKeyDoesNotOpen()
+    // Missing, unreadable and damaged keys are three different stories for the user.
+    void deviceKeyTrouble_data()
     {
-        TemporaryVault v;
-        const QString accountId = v.account.userIdentifier()->toString(QUuid::WithoutBraces);
-        v.keys->store(accountId, pexi::VaultCipher::randomKey());
-        QVERIFY(!v.unlock());
-        QVERIFY(!v.encryption.checkRecallSecret(TemporaryVault::rightSecret()));
+        QTest::addColumn<QString>("trouble");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("missing") << "missing"
+                                 << "no key";
+        QTest::newRow("unreadable") << "directory"
+                                    << "cannot be read";
+        QTest::newRow("not a key") << "garbage"
+                                   << "is damaged";
+        QTest::newRow("another vault's key") << "other"
+                                             << "not the vault's";
     }
 
-    void missingDeviceKeyIsAnError()
+    void deviceKeyTrouble()
     {
+        QFETCH(QString, trouble);
+        QFETCH(QString, message);
         TemporaryVault v;
-        QVERIFY(QDir(v.dir.path() + "/keys").removeRecursively());
+        const QString accountId = v.account.userIdentifier()->toString(QUuid::WithoutBraces);
+        const QString keyFile = v.keys->describeLocation(accountId);
+        QVERIFY(QFile::remove(keyFile));
+        if (trouble == "directory")
+            QVERIFY(QDir().mkpath(keyFile));
+        else if (trouble == "garbage")
+            writeFile(keyFile, "not base64 at all\n");
+        else if (trouble == "other")
+            v.keys->store(accountId, pexi::VaultCipher::randomKey());
+        QVERIFY_THROWS_EXCEPTION(VaultError, v.unlock()); // whatever the pictures
         try {
             v.encryption.checkRecallSecret(TemporaryVault::rightSecret());
             QFAIL("expected a VaultError");
         } catch (const VaultError &error) {
-            QVERIFY2(error.message().contains("no key"), qPrintable(error.message()));
+            QVERIFY2(error.message().contains(message), qPrintable(error.message()));
         }
+    }
+
+    // Damage anywhere in the header is told apart from wrong pictures, before any key is
+    // derived, and the file is left as it was.
+    void headerDamage_data()
+    {
+        QTest::addColumn<QString>("damage");
+        QTest::addColumn<QString>("message");
+        for (const char *key : {"vault_id", "kdf_salt", "kdf_ops_limit", "kdf_mem_limit",
+                                "verifier_nonce", "verifier", "grid_1", "grid_3", "header_mac"})
+            QTest::newRow(key) << flipFirstByte(key) << "header is damaged";
+        // The account picks the device key: another account is one this device has no key for.
+        QTest::newRow("account_id") << flipFirstByte("account_id") << "no key";
+        QTest::newRow("costs out of range, header made before sealing")
+            << "DELETE FROM meta WHERE key = 'header_mac'; UPDATE meta SET value = "
+               "'1099511627776' WHERE key = 'kdf_mem_limit'"
+            << "out of range";
+    }
+
+    void headerDamage()
+    {
+        QFETCH(QString, damage);
+        QFETCH(QString, message);
+        TemporaryVault v;
+        execSql(v.vault.filePath(), "PRAGMA wal_checkpoint(TRUNCATE); " + damage);
+        v.vault.reloadHeader();
+        const QByteArray before = readAll(v.vault.filePath());
+        try {
+            v.encryption.checkRecallSecret(TemporaryVault::rightSecret());
+            QFAIL("expected a VaultError");
+        } catch (const VaultError &error) {
+            QVERIFY2(error.message().contains(message), qPrintable(error.message()));
+        }
+        QCOMPARE(readAll(v.vault.filePath()), before);
+    }
+
+    // Vaults made before headers were sealed keep opening, and are sealed by that unlock.
+    void unsealedHeaderIsSealedAtUnlock()
+    {
+        TemporaryVault v;
+        execSql(v.vault.filePath(), "DELETE FROM meta WHERE key = 'header_mac'");
+        v.vault.reloadHeader();
+        QVERIFY(v.vault.header().mac.isEmpty());
+        QVERIFY(v.unlock());
+        v.vault.reloadHeader();
+        QVERIFY(!v.vault.header().mac.isEmpty());
+        v.locker.lock();
+        execSql(v.vault.filePath(), flipFirstByte("grid_2"));
+        v.vault.reloadHeader();
+        QVERIFY_THROWS_EXCEPTION(VaultError, v.unlock());
+    }
+
+    void directoriesArePrivateWhateverTheUmask()
+    {
+        const mode_t previous = ::umask(0);
+        QTemporaryDir dir;
+        auto keys = std::make_shared<pexi::FileDeviceKeyStore>(dir.path() + "/config/pexi/keys");
+        pexi::Vault(dir.path() + "/share/pexi", keys).create(TemporaryVault::chosen());
+        ::umask(previous);
+        for (const char *made :
+             {"/config", "/config/pexi", "/config/pexi/keys", "/share", "/share/pexi"})
+            QCOMPARE(QFileInfo(dir.path() + made).permissions() & 0x0077, QFile::Permissions());
     }
 
     void tamperedItemsAreRefusedOthersLoad_data()

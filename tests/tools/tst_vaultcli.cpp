@@ -250,7 +250,7 @@ private Q_SLOTS:
         QTest::newRow("random device key")
             << QStringList{"import-device-key"}
             << QByteArray("AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA=\n") << "<right>" << 1
-            << "do not open";
+            << "not the vault's";
     }
 
     void refusals()

@@ -339,6 +339,9 @@ void VaultTool::importDeviceKey()
     const GridLibrary grids(*m_vault);
     const SecureBytes secret = SecureBytes::fromUtf8(
         grids.deriveRecallSecret(RecallInput::parse(RecallInput::read(grids.grids()))));
+    if (!Vault::isSealedBy(m_vault->header(), *key))
+        throw ToolError(QStringLiteral("this key is not the vault's (or the vault's header is "
+                                       "damaged); nothing was stored"));
     if (!m_vault->keyForSecret(secret, *key))
         throw ToolError(QStringLiteral("this key and these pictures do not open the vault; "
                                        "nothing was stored"));
