@@ -1,6 +1,6 @@
 #include "app/LoggingWindow.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "core/InventoryItem.h"
 
 namespace pexi {

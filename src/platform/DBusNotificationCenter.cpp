@@ -1,7 +1,8 @@
 #include "platform/DBusNotificationCenter.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -23,6 +24,19 @@ const QString DBusNotificationCenter::serviceName = QStringLiteral("org.freedesk
 const QString DBusNotificationCenter::objectPath = QStringLiteral("/org/freedesktop/Notifications");
 const QString DBusNotificationCenter::interfaceName =
     QStringLiteral("org.freedesktop.Notifications");
+
+bool DBusNotificationCenter::isAvailable(const QDBusConnection &bus)
+{
+    // Asking the bus, not the server: the server may be started on demand by the first call.
+    QDBusConnectionInterface *daemon = bus.isConnected() ? bus.interface() : nullptr;
+    if (!daemon)
+        return false;
+    const QDBusReply<bool> registered = daemon->isServiceRegistered(serviceName);
+    if (registered.isValid() && registered.value())
+        return true;
+    const QDBusReply<QStringList> activatable = daemon->activatableServiceNames();
+    return activatable.isValid() && activatable.value().contains(serviceName);
+}
 
 DBusNotificationCenter::DBusNotificationCenter(const QDBusConnection &bus, QObject *parent)
     : QObject(parent), m_bus(bus)

@@ -18,11 +18,13 @@ using Files = QMap<QString, QString>;
 const QDateTime start(QDate(2024, 5, 1), QTime(12, 0), Qt::UTC);
 const QUrl address("https://a.test/");
 
-// Records what the controller asks for; Safari never starts, so it shows the fallback.
+// Records what the controller asks for; Safari never starts, so it shows the fallback. Only the
+// browser named `installed` is installed.
 class RecordingLauncher : public BrowserLauncher
 {
 public:
     QStringList calls;
+    QString installed;
 
     bool openUrl(const QUrl &url, const QString &id) override
     {
@@ -34,7 +36,7 @@ public:
         calls << (url != address ? "wrong address" : "by default");
         return true;
     }
-    bool isInstalled(const QString &id) const override { return id == "com.apple.Safari"; }
+    bool isInstalled(const QString &id) const override { return id == installed; }
 };
 
 } // namespace
@@ -91,10 +93,27 @@ private slots:
                  expected);
     }
 
+    void isInstalledAsksForTheBundleIdentifier_data()
+    {
+        QTest::addColumn<QString>("installed");
+        QTest::addColumn<QString>("found"); // Chrome, then Safari
+        QTest::newRow("chrome") << "com.google.Chrome"
+                                << "10";
+        QTest::newRow("safari") << "com.apple.Safari"
+                                << "01";
+        QTest::newRow("another browser") << "org.mozilla.firefox"
+                                         << "00";
+    }
     void isInstalledAsksForTheBundleIdentifier()
     {
+        QFETCH(QString, installed);
+        QFETCH(QString, found);
         RecordingLauncher launcher;
-        QVERIFY(BrowserController(launcher).isInstalled(Browser::safari));
+        launcher.installed = installed;
+        const BrowserController controller(launcher);
+        QCOMPARE(QString::number(controller.isInstalled(Browser::chrome)) +
+                     QString::number(controller.isInstalled(Browser::safari)),
+                 found);
     }
 
     // The site normalised ("=": unchanged), and searched `secondsLater` after logins were opened
