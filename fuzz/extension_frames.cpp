@@ -51,7 +51,8 @@ struct Bridge
           keys(std::make_shared<FileDeviceKeyStore>(dir.path() + "/keys")),
           vault(dir.path() + "/data", keys), account(vault), encryption(vault),
           locker(vault, account, encryption, center), browsers(launcher),
-          capture({preferences, events, notifications, window, locker, [] { return QPointF(1, 2); }}),
+          capture(
+              {preferences, events, notifications, window, locker, [] { return QPointF(1, 2); }}),
           server(0, locker, browsers, center)
     {
         const QStringList names = PictureLibrary::names();
@@ -78,8 +79,8 @@ struct Bridge
             });
         }
 
-        ExtensionHandler::install(server,
-                                  {locker, browsers, capture, window, [] { return QPointF(3, 4); }});
+        ExtensionHandler::install(
+            server, {locker, browsers, capture, window, [] { return QPointF(3, 4); }});
         if (!extension.handshake().startsWith("HTTP/1.1 101 "))
             std::abort();
     }

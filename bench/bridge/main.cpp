@@ -603,8 +603,9 @@ public:
         }
         m_locker.runWithInventory([&](Inventory &inventory) { inventory.add(batch); });
 
-        m_capture = std::make_unique<SavePasswordController>(SavePasswordController::Services{
-            m_preferences, m_events, m_notifications, m_window, m_locker, [] { return QPointF(); }});
+        m_capture = std::make_unique<SavePasswordController>(
+            SavePasswordController::Services{m_preferences, m_events, m_notifications, m_window,
+                                             m_locker, [] { return QPointF(); }});
 
         m_thread.start();
         m_context.moveToThread(&m_thread);

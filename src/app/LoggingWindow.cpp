@@ -1,7 +1,7 @@
 #include "app/LoggingWindow.h"
 
-#include "core/Log.h"
 #include "core/InventoryItem.h"
+#include "core/Log.h"
 
 namespace pexi {
 

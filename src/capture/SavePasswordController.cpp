@@ -73,7 +73,8 @@ void SavePasswordController::commitProvisionalItem()
     const CapturePreferences &settings = m_services.preferences;
     if (settings.autoSavePasswords()) {
         bool saved = false;
-        m_services.locker.runWithInventory([&](Inventory &inventory) { saved = save(inventory, item); });
+        m_services.locker.runWithInventory(
+            [&](Inventory &inventory) { saved = save(inventory, item); });
         if (saved && settings.showSaveNotifications()) {
             deliverNotification(item, QStringLiteral("Password Saved"), QStringLiteral("Edit"),
                                 QStringLiteral("Keep"), true);

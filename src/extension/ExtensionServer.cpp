@@ -1,7 +1,7 @@
 #include "extension/ExtensionServer.h"
 
-#include "core/Log.h"
 #include "core/Locker.h"
+#include "core/Log.h"
 #include "extension/AbortEvent.h"
 #include "extension/BrowserController.h"
 #include "extension/CommitEvent.h"

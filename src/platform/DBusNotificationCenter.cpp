@@ -49,17 +49,16 @@ DBusNotificationCenter::DBusNotificationCenter(const QDBusConnection &bus, QObje
     const QDBusMessage capabilities = QDBusMessage::createMethodCall(
         serviceName, objectPath, interfaceName, QStringLiteral("GetCapabilities"));
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(capabilities), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this](QDBusPendingCallWatcher *call) {
-                const QDBusPendingReply<QStringList> reply = *call;
-                m_bodyMarkup =
-                    reply.isValid() && reply.value().contains(QStringLiteral("body-markup"));
-                for (const auto &[id, notification] : std::exchange(m_waiting, {})) {
-                    if (m_delivered.contains(id))
-                        send(id, notification);
-                }
-                call->deleteLater();
-            });
+    connect(
+        watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher *call) {
+            const QDBusPendingReply<QStringList> reply = *call;
+            m_bodyMarkup = reply.isValid() && reply.value().contains(QStringLiteral("body-markup"));
+            for (const auto &[id, notification] : std::exchange(m_waiting, {})) {
+                if (m_delivered.contains(id))
+                    send(id, notification);
+            }
+            call->deleteLater();
+        });
 }
 
 DBusNotificationCenter::~DBusNotificationCenter() = default;

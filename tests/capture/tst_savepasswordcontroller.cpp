@@ -84,9 +84,9 @@ private slots:
         stored(true);
         m_preferences = {};
         m_recorder = std::make_unique<Recorder>();
-        m_controller = std::make_unique<SavePasswordController>(SavePasswordController::Services{
-            m_preferences, *m_recorder, *m_recorder, *m_recorder, m_vault->locker,
-            [] { return mouse; }});
+        m_controller = std::make_unique<SavePasswordController>(
+            SavePasswordController::Services{m_preferences, *m_recorder, *m_recorder, *m_recorder,
+                                             m_vault->locker, [] { return mouse; }});
     }
 
     // "site host": the host is what browser tracking reads from the site ("-": none).
@@ -135,8 +135,7 @@ private slots:
         row("auto save quietly", true, false, "ann", "e.com", "");
         row("ask, no username", false, true, {}, "e.com",
             "Save Password?|Save|Skip|Example|e.com|0");
-        row("ask, empty username", false, true, "", "e.com",
-            "Save Password?|Save|Skip|Example||0");
+        row("ask, empty username", false, true, "", "e.com", "Save Password?|Save|Skip|Example||0");
         row("ask, neither username nor site", false, true, {}, {},
             "Save Password?|Save|Skip|Example||0");
     }

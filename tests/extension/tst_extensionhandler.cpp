@@ -74,10 +74,13 @@ public:
         const QString session = QStringLiteral("settle-%1").arg(++m_settles);
         send({{"command", "pexi_lock_check"}, {"session", session}});
         const auto isAnswer = [&](const QJsonObject &o) { return o.value("session") == session; };
-        const auto answers = [&] { return std::count_if(received.cbegin(), received.cend(), isAnswer); };
+        const auto answers = [&] {
+            return std::count_if(received.cbegin(), received.cend(), isAnswer);
+        };
         if (!QTest::qWaitFor([&] { return answers() > 0; }, waitMs) ||
             !QTest::qWaitFor([&] { return answers() == 2; }, secondAnswerMs))
-            return {QJsonObject{{"error", QStringLiteral("%1 answers to %2").arg(answers()).arg(session)}}};
+            return {QJsonObject{
+                {"error", QStringLiteral("%1 answers to %2").arg(answers()).arg(session)}}};
         const auto before = received.mid(
             0, std::find_if(received.cbegin(), received.cend(), isAnswer) - received.cbegin());
         received.clear();
@@ -236,8 +239,8 @@ private slots:
 
         m_server =
             std::make_unique<ExtensionServer>(0, m_vault->locker, *m_browsers, m_vault->center);
-        ExtensionHandler::install(*m_server, {m_vault->locker, *m_browsers, *m_capture, *m_window,
-                                              [] { return mouse; }});
+        ExtensionHandler::install(
+            *m_server, {m_vault->locker, *m_browsers, *m_capture, *m_window, [] { return mouse; }});
         QVERIFY(m_server->start());
         m_client = std::make_unique<Client>(m_server->port());
         takeAddedItems();
