@@ -48,10 +48,10 @@ void ExtensionHandler::install(ExtensionServer &server, Services services)
     const auto handler =
         std::shared_ptr<ExtensionHandler>(new ExtensionHandler(std::move(services)));
     for (const auto &[command, answer] : table) {
-        server.registerHandler(command,
-                               [handler, answer](WebSocket *socket, const MiniAppEvent &event) {
-                                   std::invoke(answer, *handler, socket, event);
-                               });
+        server.registerHandler(
+            command, [handler, call = answer](WebSocket *socket, const MiniAppEvent &event) {
+                std::invoke(call, *handler, socket, event);
+            });
     }
 }
 
