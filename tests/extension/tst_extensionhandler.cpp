@@ -4,6 +4,7 @@
 #include "extension/ExtensionHandler.h"
 #include "extension/ExtensionServer.h"
 #include "support/DesktopDoubles.h"
+#include "support/ExtensionClient.h"
 #include "support/StandardOutputCapture.h"
 #include "support/TemporaryVault.h"
 
@@ -11,7 +12,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
-#include <QWebSocket>
 
 #include <memory>
 #include <optional>
@@ -20,10 +20,6 @@ using namespace pexi;
 
 namespace {
 
-constexpr int waitMs = 10000;
-// Both answers to a lock check leave in one write, so the second one is not waited for long: a
-// check answered once fails the test at once instead of at the time limit.
-constexpr int secondAnswerMs = 1000;
 const QPointF mouse(640.5, 12.25);
 
 class RecordingWindow : public WindowPresenter
@@ -46,53 +42,23 @@ public:
     QStringList titles;
 };
 
-// One extension's end of a connection: a real WebSocket on loopback that keeps what it hears.
-class Client
+// Sends `data` as Chrome's extension does.
+void send(ExtensionClient &client, const QJsonObject &data)
 {
-public:
-    explicit Client(quint16 port)
-    {
-        QObject::connect(&socket, &QWebSocket::textMessageReceived, [this](const QString &text) {
-            received.append(QJsonDocument::fromJson(text.toUtf8()).object());
-        });
-        socket.open(QUrl(QStringLiteral("ws://127.0.0.1:%1/").arg(port)));
-        if (!QTest::qWaitFor([this] { return socket.state() == QAbstractSocket::ConnectedState; },
-                             waitMs))
-            qWarning("test client could not connect");
-    }
-    void send(const QJsonObject &data)
-    {
-        const QJsonObject envelope{{"data", data}, {"sender", "chrome"}, {"build", "7.1"}};
-        socket.sendTextMessage(
-            QString::fromUtf8(QJsonDocument(envelope).toJson(QJsonDocument::Compact)));
-    }
+    const QJsonObject envelope{{"data", data}, {"sender", "chrome"}, {"build", "7.1"}};
+    client.send(QJsonDocument(envelope).toJson(QJsonDocument::Compact));
+}
 
-    // Frames are handled in order: once both answers to a lock check sent now are in, everything
-    // before it was handled. Returns what arrived before those answers.
-    QList<QJsonObject> settle()
-    {
-        const QString session = QStringLiteral("settle-%1").arg(++m_settles);
-        send({{"command", "pexi_lock_check"}, {"session", session}});
-        const auto isAnswer = [&](const QJsonObject &o) { return o.value("session") == session; };
-        const auto answers = [&] {
-            return std::count_if(received.cbegin(), received.cend(), isAnswer);
-        };
-        if (!QTest::qWaitFor([&] { return answers() > 0; }, waitMs) ||
-            !QTest::qWaitFor([&] { return answers() == 2; }, secondAnswerMs))
-            return {QJsonObject{
-                {"error", QStringLiteral("%1 answers to %2").arg(answers()).arg(session)}}};
-        const auto before = received.mid(
-            0, std::find_if(received.cbegin(), received.cend(), isAnswer) - received.cbegin());
-        received.clear();
-        return before;
+// What arrived before both answers to a lock check sent now, as objects.
+QList<QJsonObject> settle(ExtensionClient &client)
+{
+    QList<QJsonObject> objects;
+    for (const QString &text : client.settle(2)) {
+        const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
+        objects.append(document.isObject() ? document.object() : QJsonObject{{"text", text}});
     }
-
-    QWebSocket socket;
-    QList<QJsonObject> received;
-
-private:
-    int m_settles = 0;
-};
+    return objects;
+}
 
 // The vault's contents as "uuid end|title|username|password|site", "-" for none. Titles give the
 // inventory order (case and accents ignored, then uuid).
@@ -180,7 +146,7 @@ class TestExtensionHandler : public QObject
     std::unique_ptr<RecordingWindow> m_window;
     std::unique_ptr<SavePasswordController> m_capture;
     std::unique_ptr<ExtensionServer> m_server;
-    std::unique_ptr<Client> m_client;
+    std::unique_ptr<ExtensionClient> m_client;
 
     QStringList logged()
     {
@@ -208,7 +174,7 @@ class TestExtensionHandler : public QObject
     void lockAndSettle()
     {
         m_vault->locker.lock();
-        m_client->settle(); // the push of the lock
+        settle(*m_client); // the push of the lock
     }
 
 private slots:
@@ -242,7 +208,8 @@ private slots:
         ExtensionHandler::install(
             *m_server, {m_vault->locker, *m_browsers, *m_capture, *m_window, [] { return mouse; }});
         QVERIFY(m_server->start());
-        m_client = std::make_unique<Client>(m_server->port());
+        m_client = std::make_unique<ExtensionClient>(m_server->port());
+        QVERIFY(m_client->waitConnected());
         takeAddedItems();
         logged();
     }
@@ -270,18 +237,19 @@ private slots:
         QFETCH(bool, locked);
         QFETCH(QJsonValue, session);
         QFETCH(QJsonValue, answered);
-        Client other(m_server->port());
+        ExtensionClient other(m_server->port());
+        QVERIFY(other.waitConnected());
         if (locked)
             lockAndSettle();
-        other.settle();
+        settle(other);
         QJsonObject check{{"command", "pexi_lock_check"}};
         if (!session.isNull())
             check.insert("session", session);
-        m_client->send(check);
+        send(*m_client, check);
         const QJsonObject answer{
             {"command", "pexi_lock_state"}, {"session", answered}, {"locked", locked}};
-        QCOMPARE(m_client->settle(), (QList<QJsonObject>{answer, answer}));
-        QCOMPARE(other.settle(), QList<QJsonObject>());
+        QCOMPARE(settle(*m_client), (QList<QJsonObject>{answer, answer}));
+        QCOMPARE(settle(other), QList<QJsonObject>());
         QCOMPARE(logged(), QStringList());
     }
 
@@ -344,9 +312,9 @@ private slots:
             m_browsers->recordLogin(login.section(u' ', 0, 0), login.section(u' ', 1));
 
         for (int again = 0; again < 2; ++again) { // a hint stays for later searches
-            m_client->send(
-                {{"command", "credentials_search"}, {"site", site}, {"session", "s-42"}});
-            const QList<QJsonObject> answers = m_client->settle();
+            send(*m_client,
+                 {{"command", "credentials_search"}, {"site", site}, {"session", "s-42"}});
+            const QList<QJsonObject> answers = settle(*m_client);
             QCOMPARE(logged(), QStringList{log});
             if (log != "sent SUGGEST") {
                 QCOMPARE(answers, QList<QJsonObject>());
@@ -387,8 +355,8 @@ private slots:
         QFETCH(bool, found);
         if (locked)
             lockAndSettle();
-        m_client->send({{"command", "request_credential"}, {"uuid", uuid}, {"session", "s-7"}});
-        const QList<QJsonObject> answers = m_client->settle();
+        send(*m_client, {{"command", "request_credential"}, {"uuid", uuid}, {"session", "s-7"}});
+        const QList<QJsonObject> answers = settle(*m_client);
         if (!found) {
             QCOMPARE(answers, QList<QJsonObject>());
             QCOMPARE(logged(), QStringList{"item missing for uuid-based request!"});
@@ -447,8 +415,8 @@ private slots:
         QFETCH(QStringList, notified);
         m_preferences.autoSave = autoSave;
         for (const QString &text : steps)
-            m_client->send(step(text));
-        QCOMPARE(m_client->settle(), QList<QJsonObject>());
+            send(*m_client, step(text));
+        QCOMPARE(settle(*m_client), QList<QJsonObject>());
         QCOMPARE(takeAddedItems(), saved);
         QCOMPARE(m_notifications->titles, notified);
         QCOMPARE(bool(m_capture->pendingItem()), steps.last().startsWith(u"store"));
@@ -472,8 +440,8 @@ private slots:
         QJsonObject event{{"command", "ext_icon_clicked"}};
         if (!coordinates.isUndefined())
             event.insert("coordinates", coordinates);
-        m_client->send(event);
-        QCOMPARE(m_client->settle(), QList<QJsonObject>());
+        send(*m_client, event);
+        QCOMPARE(settle(*m_client), QList<QJsonObject>());
         QCOMPARE(m_window->shown, (QList<std::pair<QPointF, bool>>{{point, false}}));
         QCOMPARE(logged(), QStringList());
     }
