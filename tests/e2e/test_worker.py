@@ -176,14 +176,13 @@ class WorkerProtocolTest(unittest.TestCase):
         found = self.worker.wait_for_line(lambda l: l == line, since)
         self.assertEqual(found, line, "not logged; output since: %r" % self.worker.output()[since:])
 
+    # The in-process tests carry the variations; these rows show the real worker wired up.
     def test_lock_check_is_answered_twice_with_identical_frames(self):
         cases = [
             ("with session", {"command": "pexi_lock_check", "session": "s1"},
              {"command": "pexi_lock_state", "session": "s1", "locked": True}),
             ("without session", {"command": "pexi_lock_check"},
              {"command": "pexi_lock_state", "session": None, "locked": True}),
-            ("unknown sender", {"command": "pexi_lock_check", "session": "x"},
-             {"command": "pexi_lock_state", "session": "x", "locked": True}),
         ]
 
         async def scenario(data, expected):
@@ -209,13 +208,6 @@ class WorkerProtocolTest(unittest.TestCase):
                                             "session": "s3"}),
              "item missing for uuid-based request!"),
             ("not JSON", "hello", "Unable to parse json from server."),
-            ("JSON array", "[1, 2]", "Unable to parse json from server."),
-            ("no envelope", json.dumps({"command": "pexi_lock_check"}),
-             "message had no command identifier!"),
-            ("numeric command", json.dumps({"data": {"command": 3}}),
-             "message had no command identifier!"),
-            ("outgoing command", frame({"command": "provide_credential"}),
-             "message had unrecognized command 'provide_credential'"),
             ("navigate", frame({"command": "navigate", "site": "a.com"}),
              "message had unrecognized command 'navigate'"),
             ("search without session", frame({"command": "credentials_search", "site": "a.com"}),
@@ -243,10 +235,7 @@ class WorkerProtocolTest(unittest.TestCase):
     def test_origins(self):
         cases = [
             ("web page", "https://evil.example", False),
-            ("plain http page", "http://127.0.0.1:8000", False),
-            ("opaque origin", "null", False),
             ("chrome extension", "chrome-extension://aaaabbbbccccddddeeeeffffgggghhhh", True),
-            ("safari extension", "safari-web-extension://5B1E3D2C-0000-4000-8000-000000000001", True),
         ]
 
         async def scenario(origin, accepted):
