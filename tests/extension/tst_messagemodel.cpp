@@ -92,27 +92,6 @@ class TestMessageModel : public QObject
     Q_OBJECT
 
 private slots:
-    // Wire strings match exactly, case and blanks included.
-    void commands_data()
-    {
-        QTest::addColumn<QString>("raw");
-        QTest::addColumn<bool>("known");
-        for (const char *raw :
-             {"pexi_lock_check", "pexi_lock_state", "credentials_search", "credentials_suggest",
-              "request_credential", "provide_credential", "credentials_store", "credentials_commit",
-              "credentials_abort", "ext_icon_clicked", "navigate"})
-            QTest::newRow(raw) << QString(raw) << true;
-        for (const char *raw : {"PEXI_LOCK_CHECK", "credentials_search ", "CREDS_SEARCH", ""})
-            QTest::addRow("unknown '%s'", raw) << QString(raw) << false;
-    }
-    void commands()
-    {
-        QFETCH(QString, raw);
-        QFETCH(bool, known);
-        const std::optional<Command> command = commandFromRaw(raw);
-        QCOMPARE(command ? toRaw(*command) : QString(), known ? raw : QString());
-    }
-
     void incomingEvents_data()
     {
         QTest::addColumn<Command>("command");
