@@ -3,8 +3,6 @@
 // and one locked. An input is up to eight frames separated by NUL bytes, so that sequences such
 // as store, then commit, are reachable; its first byte picks the vault. The vaults live in
 // /dev/shm when there is one, so that saving a captured login costs no disk flush.
-#include "app/Preferences.h"
-#include "app/Window.h"
 #include "capture/SavePasswordController.h"
 #include "core/Account.h"
 #include "core/EncryptionService.h"
@@ -17,13 +15,11 @@
 #include "extension/ExtensionHandler.h"
 #include "extension/ExtensionServer.h"
 #include "platform/BrowserLauncher.h"
-#include "platform/UserNotificationCenter.h"
 #include "support/DesktopDoubles.h"
 #include "support/WebSocketPair.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QSettings>
 #include <QTemporaryDir>
 
 #include <cstdint>
@@ -55,14 +51,13 @@ struct Bridge
           keys(std::make_shared<FileDeviceKeyStore>(dir.path() + "/keys")),
           vault(dir.path() + "/data", keys), account(vault), encryption(vault),
           locker(vault, account, encryption, center), browsers(launcher),
-          preferences(
-              std::make_unique<QSettings>(dir.path() + "/preferences.conf", QSettings::IniFormat)),
+          capture(
+              {preferences, events, notifications, window, locker, [] { return QPointF(1, 2); }}),
           server(0, locker, browsers, center)
     {
         const QStringList names = PictureLibrary::names();
         const QList<QStringList> chosen{names.mid(0, 3), names.mid(3, 3), names.mid(6, 3)};
         vault.create(chosen);
-        Preferences::registerDefaults(preferences);
         if (unlocked) {
             account.takeRecallSecret(GridLibrary::recallSecretForNames(chosen));
             if (!locker.unlock())
@@ -84,16 +79,8 @@ struct Bridge
             });
         }
 
-        SavePasswordController::Services services;
-        services.preferences = &preferences;
-        services.logEvent = [](const QString &) {};
-        services.notificationCenter = &notifications;
-        services.window = &window;
-        services.locker = &locker;
-        services.mouseLocation = [] { return QPointF(1, 2); };
-        capture = std::make_unique<SavePasswordController>(services);
         ExtensionHandler::install(
-            server, {&locker, &browsers, capture.get(), &window, [] { return QPointF(3, 4); }});
+            server, {locker, browsers, capture, window, [] { return QPointF(3, 4); }});
         if (!extension.handshake().startsWith("HTTP/1.1 101 "))
             std::abort();
     }
@@ -102,7 +89,7 @@ struct Bridge
     void reset()
     {
         extension.read().clear(); // the answers, read so that the socket never fills up
-        capture->setPendingItem(std::nullopt);
+        capture.setPendingItem(std::nullopt);
         locker.runWithInventory([](Inventory &inventory) {
             if (inventory.count() <= fixture.size() + maxSavedItems)
                 return;
@@ -126,8 +113,9 @@ struct Bridge
     BrowserController browsers;
     NullWindow window;
     NullNotificationCenter notifications;
-    Preferences preferences;
-    std::unique_ptr<SavePasswordController> capture;
+    FixedPreferences preferences;
+    NullEventLogger events;
+    SavePasswordController capture;
     ExtensionServer server;
     // The extension's end of an open connection, over a socket pair.
     WebSocketPair extension;

@@ -12,7 +12,6 @@
 // the least any local server can do with the same bytes. Both are driven by the same blocking
 // client loop; only what it waits for differs (both lock-state frames, or the echo). Worker and
 // floor are measured in alternating blocks so that a busy machine hurts both alike.
-#include "app/Window.h"
 #include "capture/SavePasswordController.h"
 #include "core/Account.h"
 #include "core/EncryptionService.h"
@@ -604,11 +603,9 @@ public:
         }
         m_locker.runWithInventory([&](Inventory &inventory) { inventory.add(batch); });
 
-        SavePasswordController::Services capture;
-        capture.window = &m_window;
-        capture.locker = &m_locker;
-        capture.logEvent = [](const QString &) {};
-        m_capture = std::make_unique<SavePasswordController>(capture);
+        m_capture = std::make_unique<SavePasswordController>(
+            SavePasswordController::Services{m_preferences, m_events, m_notifications, m_window,
+                                             m_locker, [] { return QPointF(); }});
 
         m_thread.start();
         m_context.moveToThread(&m_thread);
@@ -617,8 +614,8 @@ public:
             [&] {
                 pinThisThread(cpu);
                 m_server = std::make_unique<ExtensionServer>(0, m_locker, m_browsers, m_center);
-                ExtensionHandler::install(*m_server, {&m_locker, &m_browsers, m_capture.get(),
-                                                      &m_window, [] { return QPointF(); }});
+                ExtensionHandler::install(*m_server, {m_locker, m_browsers, *m_capture, m_window,
+                                                      [] { return QPointF(); }});
                 if (m_server->start())
                     m_port = m_server->port();
             },
@@ -657,6 +654,9 @@ private:
     NullLauncher m_launcher;
     BrowserController m_browsers;
     NullWindow m_window;
+    FixedPreferences m_preferences;
+    NullEventLogger m_events;
+    NullNotificationCenter m_notifications;
     std::unique_ptr<SavePasswordController> m_capture;
     QThread m_thread;
     QObject m_context;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "capture/EventLogger.h"
+
 #include <QObject>
 #include <QString>
 #include <QUrl>
@@ -15,7 +17,7 @@ namespace pexi {
 
 // Reports a handful of usage events to the analytics service. Fire and forget: nothing is
 // stored, queued, retried, logged or shown, whatever the network does.
-class AnalyticsLogger : public QObject
+class AnalyticsLogger : public QObject, public EventLogger
 {
     Q_OBJECT
 public:
@@ -33,7 +35,7 @@ public:
     // A plain 200 answer is followed by the "AppLaunch_Mac" event.
     void userProperties();
     // Sends one custom event; callable from any thread.
-    void logEvent(const QString &name);
+    void logEvent(const QString &name) override;
 
     // Endpoint base + application id + `suffix` ("/activities", "/user_properties"); none when
     // that is not a valid URL.

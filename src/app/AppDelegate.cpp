@@ -1,17 +1,45 @@
 #include "app/AppDelegate.h"
 
 #include "app/AnalyticsLogger.h"
-#include "app/Log.h"
 #include "app/Preferences.h"
+#include "app/TrayMessageNotificationCenter.h"
+#include "capture/SavePasswordController.h"
 #include "core/Account.h"
 #include "core/Locker.h"
+#include "core/Log.h"
 #include "core/SyncService.h"
+#include "extension/BrowserController.h"
 #include "extension/ExtensionHandler.h"
 #include "extension/ExtensionServer.h"
+#include "platform/DBusNotificationCenter.h"
 
+#include <QCursor>
 #include <QDateTime>
 
 namespace pexi {
+
+namespace {
+
+// The desktop's notification server when one answers on the session bus, else balloons of the
+// status item (without buttons).
+std::unique_ptr<UserNotificationCenter> makeNotificationCenter()
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (DBusNotificationCenter::isAvailable(bus))
+        return std::make_unique<DBusNotificationCenter>(bus);
+    logLine(QStringLiteral("no desktop notification server, falling back to tray messages"));
+    return std::make_unique<TrayMessageNotificationCenter>();
+}
+
+QPointF mouseLocation()
+{
+    return QCursor::pos();
+}
+
+} // namespace
+
+AppDelegate::AppDelegate() = default;
+AppDelegate::~AppDelegate() = default;
 
 bool AppDelegate::applicationDidFinishLaunching()
 {
@@ -29,7 +57,14 @@ bool AppDelegate::applicationDidFinishLaunching()
     ExtensionServer &server = ExtensionServer::instance();
     if (!server.start())
         return false;
-    ExtensionHandler::install(server);
+    // After listening: asking the session bus for a notification server must not hold up the
+    // extensions.
+    m_notifications = makeNotificationCenter();
+    m_capture = std::make_unique<SavePasswordController>(SavePasswordController::Services{
+        Preferences::instance(), AnalyticsLogger::instance(), *m_notifications, m_window,
+        Locker::instance(), mouseLocation});
+    ExtensionHandler::install(server, {Locker::instance(), BrowserController::instance(),
+                                       *m_capture, m_window, mouseLocation});
 
     if (Account::shared().userIdentifier())
         AnalyticsLogger::instance().userProperties();

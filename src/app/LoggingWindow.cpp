@@ -1,7 +1,7 @@
 #include "app/LoggingWindow.h"
 
-#include "app/Log.h"
 #include "core/InventoryItem.h"
+#include "core/Log.h"
 
 namespace pexi {
 

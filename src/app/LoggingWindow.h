@@ -1,11 +1,11 @@
 #pragma once
 
-#include "app/Window.h"
+#include "capture/WindowPresenter.h"
 
 namespace pexi {
 
 // Stands in for the floating window where there is none: says where it would have opened.
-class LoggingWindow : public Window
+class LoggingWindow : public WindowPresenter
 {
 public:
     void showAt(QPointF point) override;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "capture/CapturePreferences.h"
+
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
@@ -12,7 +14,7 @@ namespace pexi {
 
 // The worker's settings. Three of them persist in the user's settings store; an absent key reads
 // as its registered default. Whether the status item is shown lives only as long as the process.
-class Preferences : public QObject
+class Preferences : public QObject, public CapturePreferences
 {
     Q_OBJECT
 public:
@@ -36,12 +38,12 @@ public:
     bool showStatusBarIcon() const { return m_showStatusBarIcon; }
     void setShowStatusBarIcon(bool show);
 
-    bool autoSavePasswords() const;
+    bool autoSavePasswords() const override;
     void setAutoSavePasswords(bool autoSave);
     // Always true while captured logins are not saved automatically: the user is then asked
     // through a notification, so notifications cannot be off. The stored value is left alone
     // and applies again once automatic saving is back on.
-    bool showSaveNotifications() const;
+    bool showSaveNotifications() const override;
     void setShowSaveNotifications(bool show);
     bool showWelcomeScreen() const;
     void setShowWelcomeScreen(bool show);

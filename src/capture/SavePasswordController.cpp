@@ -1,18 +1,15 @@
 #include "capture/SavePasswordController.h"
 
-#include "app/AnalyticsLogger.h"
-#include "app/Log.h"
-#include "app/Preferences.h"
-#include "app/Window.h"
+#include "capture/CapturePreferences.h"
+#include "capture/EventLogger.h"
 #include "capture/TopSites.h"
+#include "capture/WindowPresenter.h"
 #include "core/HostnameInfo.h"
 #include "core/Inventory.h"
 #include "core/Locker.h"
+#include "core/Log.h"
 #include "core/VaultError.h"
-#include "extension/BrowserController.h"
 
-#include <QCursor>
-#include <QUrl>
 
 #include <utility>
 
@@ -35,42 +32,25 @@ QString capitalized(const QString &text)
 
 } // namespace
 
-SavePasswordController &SavePasswordController::instance()
-{
-    static SavePasswordController controller;
-    return controller;
-}
-
-SavePasswordController::SavePasswordController() : SavePasswordController(Services{})
-{
-}
-
 SavePasswordController::SavePasswordController(Services services) : m_services(std::move(services))
 {
-    if (!m_services.logEvent) {
-        m_services.logEvent = [](const QString &name) {
-            AnalyticsLogger::instance().logEvent(name);
-        };
-    }
-    if (!m_services.mouseLocation)
-        m_services.mouseLocation = [] { return QPointF(QCursor::pos()); };
-    // A centre handed in may already hold our notifications, so listen to it from the start.
-    if (m_services.notificationCenter)
-        notificationCenter();
+    m_services.notificationCenter.setActivationHandler(
+        [this](UserNotificationCenter::NotificationId id, const QVariantMap &userInfo,
+               UserNotificationCenter::ActivationType type) {
+            userNotificationCenterDidActivate(id, userInfo, type);
+        });
 }
 
 SavePasswordController::~SavePasswordController()
 {
-    if (m_isNotificationDelegate)
-        notificationCenter().setActivationHandler({});
+    m_services.notificationCenter.setActivationHandler({});
 }
 
-std::optional<QString> SavePasswordController::guessTitleForSite(const QString &site)
+std::optional<QString> SavePasswordController::guessTitleForSite(const QString &site,
+                                                                 const QString &host)
 {
-    const std::optional<QUrl> url = BrowserController::normalizedURL(site);
-    if (!url || url->host().isEmpty())
+    if (host.isEmpty())
         return std::nullopt;
-    const QString host = url->host();
     for (const WebsiteInfo &row : TopSites::sites()) {
         if (row.urlHost == host)
             return row.title;
@@ -88,10 +68,11 @@ void SavePasswordController::commitProvisionalItem()
         return;
     const InventoryItem item = *std::exchange(m_pendingItem, std::nullopt);
 
-    Preferences &settings = preferences();
+    const CapturePreferences &settings = m_services.preferences;
     if (settings.autoSavePasswords()) {
         bool saved = false;
-        locker().runWithInventory([&](Inventory &inventory) { saved = save(inventory, item); });
+        m_services.locker.runWithInventory(
+            [&](Inventory &inventory) { saved = save(inventory, item); });
         if (saved && settings.showSaveNotifications()) {
             deliverNotification(item, QStringLiteral("Password Saved"), QStringLiteral("Edit"),
                                 QStringLiteral("Keep"), true);
@@ -122,13 +103,13 @@ void SavePasswordController::userNotificationCenterDidActivate(
     if (!item)
         return;
 
-    notificationCenter().removeDeliveredNotification(id);
+    m_services.notificationCenter.removeDeliveredNotification(id);
 
     if (!saved.toBool() && type == UserNotificationCenter::ActivationType::actionButtonClicked)
-        locker().runWithInventory([&](Inventory &inventory) { save(inventory, *item); });
+        m_services.locker.runWithInventory([&](Inventory &inventory) { save(inventory, *item); });
 
     // Saved or not, the user gets to see the login and correct it.
-    window().showAt(m_services.mouseLocation(), *item);
+    m_services.window.showAt(m_services.mouseLocation(), *item);
 }
 
 bool SavePasswordController::save(Inventory &inventory, const InventoryItem &item)
@@ -138,7 +119,7 @@ bool SavePasswordController::save(Inventory &inventory, const InventoryItem &ite
     if (inventory.containsLogin(username, site, item.password()))
         return false;
 
-    m_services.logEvent(QStringLiteral("Mac_PasswordCaptured"));
+    m_services.events.logEvent(QStringLiteral("Mac_PasswordCaptured"));
     try {
         inventory.upsert(item, true);
     } catch (const VaultError &error) {
@@ -160,38 +141,7 @@ void SavePasswordController::deliverNotification(const InventoryItem &item, cons
     notification.otherButtonTitle = otherButtonTitle;
     // The only copy of an offered login from here on.
     notification.userInfo = {{savedKey, saved}, {itemJsonKey, item.toJson()}};
-    notificationCenter().deliverNotification(notification);
-}
-
-Preferences &SavePasswordController::preferences()
-{
-    return m_services.preferences ? *m_services.preferences : Preferences::instance();
-}
-
-Locker &SavePasswordController::locker()
-{
-    return m_services.locker ? *m_services.locker : Locker::instance();
-}
-
-Window &SavePasswordController::window()
-{
-    // Looked up at every use: the floating window installs itself after launch.
-    return m_services.window ? *m_services.window : Window::shared();
-}
-
-UserNotificationCenter &SavePasswordController::notificationCenter()
-{
-    if (!m_services.notificationCenter)
-        m_services.notificationCenter = &UserNotificationCenter::shared();
-    if (!m_isNotificationDelegate) {
-        m_isNotificationDelegate = true;
-        m_services.notificationCenter->setActivationHandler(
-            [this](UserNotificationCenter::NotificationId id, const QVariantMap &userInfo,
-                   UserNotificationCenter::ActivationType type) {
-                userNotificationCenterDidActivate(id, userInfo, type);
-            });
-    }
-    return *m_services.notificationCenter;
+    m_services.notificationCenter.deliverNotification(notification);
 }
 
 } // namespace pexi

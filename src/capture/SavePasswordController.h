@@ -11,10 +11,11 @@
 
 namespace pexi {
 
+class CapturePreferences;
+class EventLogger;
 class Inventory;
 class Locker;
-class Preferences;
-class Window;
+class WindowPresenter;
 
 // Turns a login captured by a browser extension into a saved item. The extension hands the
 // login over first (store) and confirms it once the site accepted it (commit) or withdraws it
@@ -23,24 +24,20 @@ class Window;
 class SavePasswordController
 {
 public:
-    using EventLogger = std::function<void(const QString &eventName)>;
     using MouseLocation = std::function<QPointF()>;
 
-    // Left empty, each one is the process's shared one. The notification centre is then only
-    // made when the first notification is due.
+    // Handed in by whoever wires the worker; all must outlive the controller. It answers the
+    // notification centre's activations from construction to destruction.
     struct Services
     {
-        Preferences *preferences = nullptr;
-        EventLogger logEvent;
-        UserNotificationCenter *notificationCenter = nullptr;
-        Window *window = nullptr;
-        Locker *locker = nullptr;
+        const CapturePreferences &preferences;
+        EventLogger &events;
+        UserNotificationCenter &notificationCenter;
+        WindowPresenter &window;
+        Locker &locker;
         MouseLocation mouseLocation;
     };
 
-    static SavePasswordController &instance();
-
-    SavePasswordController();
     explicit SavePasswordController(Services services);
     ~SavePasswordController();
     SavePasswordController(const SavePasswordController &) = delete;
@@ -51,9 +48,10 @@ public:
     void setPendingItem(const std::optional<InventoryItem> &item) { m_pendingItem = item; }
 
     // A readable title for a captured login: the service's name for well-known login pages,
-    // else the capitalised main name of the host ("Bbc" for www.bbc.co.uk). None when the site
-    // has no host.
-    static std::optional<QString> guessTitleForSite(const QString &site);
+    // else the capitalised main name of the host ("Bbc" for www.bbc.co.uk). `host` is the host of
+    // the site's address as browser tracking reads it (BrowserController::normalizedURL); none
+    // when it is empty.
+    static std::optional<QString> guessTitleForSite(const QString &site, const QString &host);
 
     void commitProvisionalItem();
     void abortProvisionalItem();
@@ -73,13 +71,7 @@ private:
                              const QString &actionButtonTitle, const QString &otherButtonTitle,
                              bool saved);
 
-    Preferences &preferences();
-    Locker &locker();
-    Window &window();
-    UserNotificationCenter &notificationCenter();
-
     Services m_services;
-    bool m_isNotificationDelegate = false;
     std::optional<InventoryItem> m_pendingItem;
 };
 

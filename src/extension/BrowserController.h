@@ -28,12 +28,6 @@ class BrowserController
 public:
     using Clock = std::function<QDateTime()>;
 
-    struct LoginRecord
-    {
-        QString uuid;
-        QDateTime moment;
-    };
-
     static BrowserController &instance();
     explicit BrowserController(BrowserLauncher &launcher = BrowserLauncher::shared(),
                                Clock clock = {});
@@ -64,12 +58,15 @@ public:
     // isActive, which looks back, and kept that way on purpose.
     std::optional<QString> loginUUID(const QString &site) const;
 
-    const QHash<QString, LoginRecord> &loginMap() const { return m_loginMap; }
     std::optional<Browser> mostRecentBrowser() const { return m_mostRecentBrowser; }
-    const std::map<Browser, QDateTime> &timestampMap() const { return m_timestampMap; }
-    const std::map<Browser, QString> &buildMap() const { return m_buildMap; }
 
 private:
+    struct LoginRecord
+    {
+        QString uuid;
+        QDateTime moment;
+    };
+
     // Seconds from now to `moment`: negative for the past.
     double intervalSinceNow(const QDateTime &moment) const;
 

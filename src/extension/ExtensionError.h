@@ -11,12 +11,8 @@ class ExtensionError : public std::exception
 public:
     enum class Kind {
         // A required key is missing, of the wrong JSON type, or a required dictionary is empty.
+        // Outgoing events cannot fail: JsonWriter escapes whatever UTF-8 cannot hold.
         parseError,
-        // Kept for completeness of the protocol; no event operation throws it.
-        eventTypeError,
-        // An outgoing event could not be turned into UTF-8 JSON text. Kept for completeness of
-        // the protocol: JsonWriter escapes whatever UTF-8 cannot hold, so no event throws it.
-        jsonSerializeError,
     };
 
     explicit ExtensionError(Kind kind) noexcept : m_kind(kind) {}

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <functional>
-
 #include <QPointF>
+
+#include <functional>
 
 namespace pexi {
 
@@ -12,7 +12,7 @@ class Locker;
 class MiniAppEvent;
 class SavePasswordController;
 class WebSocket;
-class Window;
+class WindowPresenter;
 
 // Answers the extensions' commands. install() registers one handler per command on the server;
 // the lock check is registered twice on purpose, so each check gets two identical answers.
@@ -21,34 +21,30 @@ class ExtensionHandler
 public:
     using MouseLocation = std::function<QPointF()>;
 
-    // Left empty, each collaborator is the process's shared one.
+    // Handed in by whoever wires the worker; all must outlive the server's handlers.
     struct Services
     {
-        Locker *locker = nullptr;
-        BrowserController *browsers = nullptr;
-        SavePasswordController *capture = nullptr;
-        Window *window = nullptr;
+        Locker &locker;
+        BrowserController &browsers;
+        SavePasswordController &capture;
+        WindowPresenter &window;
+        // Where the window opens when an icon click names no point.
         MouseLocation mouseLocation;
     };
 
-    static void install(ExtensionServer &server);
     static void install(ExtensionServer &server, Services services);
 
 private:
     explicit ExtensionHandler(Services services);
 
-    void extensionIconClicked(const MiniAppEvent &event);
+    // Every handler takes the asking socket and the event, so that one table registers them all.
+    void extensionIconClicked(WebSocket *socket, const MiniAppEvent &event);
     void credentialSearch(WebSocket *socket, const MiniAppEvent &event);
     void lockCheck(WebSocket *socket, const MiniAppEvent &event);
     void credentialRequest(WebSocket *socket, const MiniAppEvent &event);
-    void storeCredential(const MiniAppEvent &event);
-    void commitCredential();
-    void abortCredential();
-
-    Locker &locker() const;
-    BrowserController &browsers() const;
-    SavePasswordController &capture() const;
-    Window &window() const;
+    void storeCredential(WebSocket *socket, const MiniAppEvent &event);
+    void commitCredential(WebSocket *socket, const MiniAppEvent &event);
+    void abortCredential(WebSocket *socket, const MiniAppEvent &event);
 
     Services m_services;
 };

@@ -1,7 +1,7 @@
 #include "extension/ExtensionServer.h"
 
-#include "app/Log.h"
 #include "core/Locker.h"
+#include "core/Log.h"
 #include "extension/AbortEvent.h"
 #include "extension/BrowserController.h"
 #include "extension/CommitEvent.h"
@@ -94,8 +94,7 @@ ExtensionServer::ExtensionServer(quint16 port, Locker &locker, BrowserController
                                  NotificationCenter &center, QObject *parent)
     : QObject(parent), m_port(port),
       m_server(MaxMessageBytes, [this](const auto &request) { return admit(request); }),
-      m_locker(locker), m_browsers(browsers), m_center(center),
-      m_pexiLocked(locker.lockState() == LockState::locked)
+      m_locker(locker), m_browsers(browsers), m_center(center)
 {
     connect(&m_server, &WebSocketServer::newConnection, this, &ExtensionServer::onNewConnection);
     connect(&m_server, &WebSocketServer::acceptError, this, [](const QString &error) {
@@ -153,13 +152,7 @@ void ExtensionServer::registerHandler(Command command, Handler handler)
 
 void ExtensionServer::pushLockState()
 {
-    m_pexiLocked = false;
-    try {
-        broadcast(
-            LockStateEvent(std::nullopt, false).toJson([this] { return m_locker.lockState(); }));
-    } catch (const ExtensionError &) {
-        // A push that cannot be written is dropped; the next lock change sends a fresh one.
-    }
+    broadcast(LockStateEvent(std::nullopt, false).toJson([this] { return m_locker.lockState(); }));
 }
 
 int ExtensionServer::admit(const WebSocketHandshake::Request &request)

@@ -65,9 +65,6 @@ private:
     Locker &m_locker;
     BrowserController &m_browsers;
     NotificationCenter &m_center;
-    // Written on every push and never read: the wire always reports the core's state of the
-    // moment of writing.
-    bool m_pexiLocked;
     std::optional<ObserverToken> m_pexiLockObserver;
     std::optional<ObserverToken> m_pexiUnlockObserver;
     QList<WebSocket *> m_openWebSockets;

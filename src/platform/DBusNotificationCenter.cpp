@@ -1,7 +1,8 @@
 #include "platform/DBusNotificationCenter.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -24,6 +25,19 @@ const QString DBusNotificationCenter::objectPath = QStringLiteral("/org/freedesk
 const QString DBusNotificationCenter::interfaceName =
     QStringLiteral("org.freedesktop.Notifications");
 
+bool DBusNotificationCenter::isAvailable(const QDBusConnection &bus)
+{
+    // Asking the bus, not the server: the server may be started on demand by the first call.
+    QDBusConnectionInterface *daemon = bus.isConnected() ? bus.interface() : nullptr;
+    if (!daemon)
+        return false;
+    const QDBusReply<bool> registered = daemon->isServiceRegistered(serviceName);
+    if (registered.isValid() && registered.value())
+        return true;
+    const QDBusReply<QStringList> activatable = daemon->activatableServiceNames();
+    return activatable.isValid() && activatable.value().contains(serviceName);
+}
+
 DBusNotificationCenter::DBusNotificationCenter(const QDBusConnection &bus, QObject *parent)
     : QObject(parent), m_bus(bus)
 {
@@ -35,17 +49,16 @@ DBusNotificationCenter::DBusNotificationCenter(const QDBusConnection &bus, QObje
     const QDBusMessage capabilities = QDBusMessage::createMethodCall(
         serviceName, objectPath, interfaceName, QStringLiteral("GetCapabilities"));
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(capabilities), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this](QDBusPendingCallWatcher *call) {
-                const QDBusPendingReply<QStringList> reply = *call;
-                m_bodyMarkup =
-                    reply.isValid() && reply.value().contains(QStringLiteral("body-markup"));
-                for (const auto &[id, notification] : std::exchange(m_waiting, {})) {
-                    if (m_delivered.contains(id))
-                        send(id, notification);
-                }
-                call->deleteLater();
-            });
+    connect(
+        watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher *call) {
+            const QDBusPendingReply<QStringList> reply = *call;
+            m_bodyMarkup = reply.isValid() && reply.value().contains(QStringLiteral("body-markup"));
+            for (const auto &[id, notification] : std::exchange(m_waiting, {})) {
+                if (m_delivered.contains(id))
+                    send(id, notification);
+            }
+            call->deleteLater();
+        });
 }
 
 DBusNotificationCenter::~DBusNotificationCenter() = default;

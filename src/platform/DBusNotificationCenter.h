@@ -21,6 +21,9 @@ public:
     static const QString objectPath;
     static const QString interfaceName;
 
+    // Whether a notification server answers on `bus`, or would be started by the first call.
+    static bool isAvailable(const QDBusConnection &bus);
+
     explicit DBusNotificationCenter(const QDBusConnection &bus = QDBusConnection::sessionBus(),
                                     QObject *parent = nullptr);
     ~DBusNotificationCenter() override;

@@ -4,9 +4,6 @@
 #include <QVariantMap>
 
 #include <functional>
-#include <memory>
-
-class QDBusConnection;
 
 namespace pexi {
 
@@ -49,13 +46,6 @@ public:
     {
         m_activationHandler = std::move(handler);
     }
-
-    // The desktop's notification server when one answers on the session bus, else messages of
-    // the tray icon (without buttons).
-    static std::unique_ptr<UserNotificationCenter> create();
-    static std::unique_ptr<UserNotificationCenter> create(const QDBusConnection &bus);
-    // Created by create() on first use.
-    static UserNotificationCenter &shared();
 
 protected:
     void activate(NotificationId id, const QVariantMap &userInfo, ActivationType type)

@@ -147,14 +147,13 @@ private slots:
         QSignalSpy finished(&network, &QNetworkAccessManager::finished);
         AnalyticsLogger logger([=] { return account ? std::optional(accountId) : std::nullopt; },
                                &network);
-        // Requests are made at once, and a launch event as soon as the answer is handled.
+        // Once the answer is handled, a launch event is on its way or never will be.
         const auto pending = [&] {
             const auto replies = network.findChildren<QNetworkReply *>();
             return std::count_if(replies.begin(), replies.end(),
                                  [](QNetworkReply *reply) { return !reply->isFinished(); });
         };
         logger.userProperties();
-        QCOMPARE(pending(), qsizetype(account));
         if (account) {
             QVERIFY(finished.wait(10000));
             QCOMPARE(pending(), qsizetype(requests.contains("AppLaunch_Mac")));

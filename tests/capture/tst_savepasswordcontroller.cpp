@@ -1,11 +1,8 @@
-#include "app/Preferences.h"
-#include "app/Window.h"
 #include "capture/SavePasswordController.h"
 #include "core/Inventory.h"
-#include "platform/UserNotificationCenter.h"
+#include "support/DesktopDoubles.h"
 #include "support/TemporaryVault.h"
 
-#include <QSettings>
 #include <QTest>
 
 #include <memory>
@@ -18,8 +15,9 @@ namespace {
 
 const QPointF mouse(321.5, 123.25);
 
-// Notification centre and floating window in one: both write what they are asked to one log.
-class Recorder : public UserNotificationCenter, public Window
+// Notification centre, floating window and analytics in one: each writes what it is asked to one
+// log.
+class Recorder : public UserNotificationCenter, public WindowPresenter, public EventLogger
 {
 public:
     NotificationId deliverNotification(const UserNotification &notification) override
@@ -37,6 +35,7 @@ public:
     {
         log << (point == mouse ? "window " + item.uuid() : QStringLiteral("window elsewhere"));
     }
+    void logEvent(const QString &name) override { log << name; }
     using UserNotificationCenter::activate;
 
     QList<UserNotification> delivered;
@@ -50,14 +49,14 @@ class TestSavePasswordController : public QObject
     Q_OBJECT
 
     std::unique_ptr<TemporaryVault> m_vault;
-    std::unique_ptr<Preferences> m_preferences;
+    FixedPreferences m_preferences;
     std::unique_ptr<Recorder> m_recorder;
     std::unique_ptr<SavePasswordController> m_controller;
 
     void capture(const InventoryItem &item, bool autoSave, bool notifications = true)
     {
-        m_preferences->setAutoSavePasswords(autoSave);
-        m_preferences->setShowSaveNotifications(notifications);
+        m_preferences.autoSave = autoSave;
+        m_preferences.notifications = notifications;
         m_controller->setPendingItem(item);
         m_controller->commitProvisionalItem();
         QVERIFY(!m_controller->pendingItem());
@@ -83,41 +82,41 @@ private slots:
         m_controller.reset();
         QVERIFY(m_vault->locker.lockState() == LockState::unlocked || m_vault->unlock());
         stored(true);
-        QFile::remove(m_vault->dir.filePath("preferences.conf"));
-        m_preferences = std::make_unique<Preferences>(std::make_unique<QSettings>(
-            m_vault->dir.filePath("preferences.conf"), QSettings::IniFormat));
-        Preferences::registerDefaults(*m_preferences);
+        m_preferences = {};
         m_recorder = std::make_unique<Recorder>();
-        m_controller = std::make_unique<SavePasswordController>(SavePasswordController::Services{
-            m_preferences.get(), [this](const QString &name) { m_recorder->log << name; },
-            m_recorder.get(), m_recorder.get(), &m_vault->locker, [] { return mouse; }});
+        m_controller = std::make_unique<SavePasswordController>(
+            SavePasswordController::Services{m_preferences, *m_recorder, *m_recorder, *m_recorder,
+                                             m_vault->locker, [] { return mouse; }});
     }
 
+    // "site host": the host is what browser tracking reads from the site ("-": none).
     void titleIsGuessedFromTheSite_data()
     {
         QTest::addColumn<QString>("site");
+        QTest::addColumn<QString>("host");
         QTest::addColumn<Optional>("title");
-        const auto row = [](const char *site, const Optional &title) {
-            QTest::newRow(site) << QString(site) << title;
+        const auto row = [](const char *site, const char *host, const Optional &title) {
+            QTest::newRow(site) << QString(site) << (qstrcmp(host, "-") ? host : "") << title;
         };
-        row("https://www.linkedin.com/login", "LinkedIn");
-        row("www.facebook.com", "Facebook");
+        row("https://www.linkedin.com/login", "www.linkedin.com", "LinkedIn");
+        row("www.facebook.com", "www.facebook.com", "Facebook");
         // The table's Spotify host is misspelt: real Spotify pages are named by the rule.
-        row("accounts.spotfy.com", "Spotify");
-        row("https://accounts.spotify.com/login", "Spotify");
-        row("https://linkedin.com/", "Linkedin");
-        row("https://login.example.org/x", "Example");
-        row("https://www.bbc.co.uk/signin", "Bbc");
-        row("WWW.GITHUB.COM", "Github");
-        row("https://my-bank.com", "My-bank");
-        row("", std::nullopt);
-        row("www.facebook.com/login", std::nullopt);
+        row("accounts.spotfy.com", "accounts.spotfy.com", "Spotify");
+        row("https://accounts.spotify.com/login", "accounts.spotify.com", "Spotify");
+        row("https://linkedin.com/", "linkedin.com", "Linkedin");
+        row("https://login.example.org/x", "login.example.org", "Example");
+        row("https://www.bbc.co.uk/signin", "www.bbc.co.uk", "Bbc");
+        row("WWW.GITHUB.COM", "www.github.com", "Github");
+        row("https://my-bank.com", "my-bank.com", "My-bank");
+        row("", "-", std::nullopt);
+        row("www.facebook.com/login", "-", std::nullopt);
     }
     void titleIsGuessedFromTheSite()
     {
         QFETCH(QString, site);
+        QFETCH(QString, host);
         QFETCH(Optional, title);
-        QCOMPARE(SavePasswordController::guessTitleForSite(site), title);
+        QCOMPARE(SavePasswordController::guessTitleForSite(site, host), title);
     }
 
     // The notification as "title|action|other|subtitle|informative text|saved", "" for none.
@@ -136,8 +135,7 @@ private slots:
         row("auto save quietly", true, false, "ann", "e.com", "");
         row("ask, no username", false, true, {}, "e.com",
             "Save Password?|Save|Skip|Example|e.com|0");
-        row("ask, stored quiet, empty username", false, false, "", "e.com",
-            "Save Password?|Save|Skip|Example||0");
+        row("ask, empty username", false, true, "", "e.com", "Save Password?|Save|Skip|Example||0");
         row("ask, neither username nor site", false, true, {}, {},
             "Save Password?|Save|Skip|Example||0");
     }

@@ -23,6 +23,9 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 BIN_DIR = os.environ.get("PEXI_BIN_DIR") or os.path.join(HERE, "..", "..", "build", "bin")
 WAIT = 10.0
 QUIET = 0.3
+# Both answers to a lock check leave the worker in one write: the second is not waited for long,
+# so a check answered once fails at once.
+SECOND_ANSWER = 1.0
 
 
 def free_port():
@@ -137,8 +140,10 @@ def run(coroutine):
     return asyncio.run(asyncio.wait_for(coroutine, 60))
 
 
-async def receive(ws, count, timeout=WAIT):
-    return [await asyncio.wait_for(ws.recv(), timeout) for _ in range(count)]
+async def lock_state_answers(ws, timeout=WAIT):
+    """The two answers to a lock check, as text."""
+    first = await asyncio.wait_for(ws.recv(), timeout)
+    return [first, await asyncio.wait_for(ws.recv(), SECOND_ANSWER)]
 
 
 async def nothing_more(ws, wait=QUIET):
@@ -171,20 +176,19 @@ class WorkerProtocolTest(unittest.TestCase):
         found = self.worker.wait_for_line(lambda l: l == line, since)
         self.assertEqual(found, line, "not logged; output since: %r" % self.worker.output()[since:])
 
+    # The in-process tests carry the variations; these rows show the real worker wired up.
     def test_lock_check_is_answered_twice_with_identical_frames(self):
         cases = [
             ("with session", {"command": "pexi_lock_check", "session": "s1"},
              {"command": "pexi_lock_state", "session": "s1", "locked": True}),
             ("without session", {"command": "pexi_lock_check"},
              {"command": "pexi_lock_state", "session": None, "locked": True}),
-            ("unknown sender", {"command": "pexi_lock_check", "session": "x"},
-             {"command": "pexi_lock_state", "session": "x", "locked": True}),
         ]
 
         async def scenario(data, expected):
             async with websockets.connect(self.worker.uri) as ws:
                 await ws.send(frame(data, sender="opera"))
-                first, second = await receive(ws, 2)
+                first, second = await lock_state_answers(ws)
                 self.assertEqual(first, second)
                 self.assertEqual(json.loads(first), expected)
                 self.assertTrue(await nothing_more(ws))
@@ -193,41 +197,17 @@ class WorkerProtocolTest(unittest.TestCase):
             with self.subTest(name):
                 run(scenario(data, expected))
 
-    def test_search_while_locked_is_answered_with_nothing(self):
-        since = self.worker.mark()
-
-        async def scenario():
-            async with websockets.connect(self.worker.uri) as ws:
-                await ws.send(frame({"command": "credentials_search",
-                                     "site": "https://www.example.com/login", "session": "s2"}))
-                self.assertTrue(await nothing_more(ws))
-
-        run(scenario())
-        self.assertLogged("got a search event, but inventory was locked", since)
-
-    def test_request_while_locked_finds_no_item(self):
-        since = self.worker.mark()
-
-        async def scenario():
-            async with websockets.connect(self.worker.uri) as ws:
-                await ws.send(frame({"command": "request_credential",
-                                     "uuid": "0F0E0D0C-0000-4000-8000-000000000001",
-                                     "session": "s3"}))
-                self.assertTrue(await nothing_more(ws))
-
-        run(scenario())
-        self.assertLogged("item missing for uuid-based request!", since)
-
-    def test_malformed_frames_are_logged_and_dropped(self):
+    def test_frames_that_are_logged_and_not_answered(self):
         cases = [
+            ("search while locked", frame({"command": "credentials_search",
+                                           "site": "https://www.example.com/login",
+                                           "session": "s2"}),
+             "got a search event, but inventory was locked"),
+            ("request while locked", frame({"command": "request_credential",
+                                            "uuid": "0F0E0D0C-0000-4000-8000-000000000001",
+                                            "session": "s3"}),
+             "item missing for uuid-based request!"),
             ("not JSON", "hello", "Unable to parse json from server."),
-            ("JSON array", "[1, 2]", "Unable to parse json from server."),
-            ("no envelope", json.dumps({"command": "pexi_lock_check"}),
-             "message had no command identifier!"),
-            ("numeric command", json.dumps({"data": {"command": 3}}),
-             "message had no command identifier!"),
-            ("outgoing command", frame({"command": "provide_credential"}),
-             "message had unrecognized command 'provide_credential'"),
             ("navigate", frame({"command": "navigate", "site": "a.com"}),
              "message had unrecognized command 'navigate'"),
             ("search without session", frame({"command": "credentials_search", "site": "a.com"}),
@@ -241,7 +221,7 @@ class WorkerProtocolTest(unittest.TestCase):
                 await ws.send(text)
                 # Dropped, not answered, and the socket stays usable.
                 await ws.send(lock_check("after"))
-                answers = await receive(ws, 2)
+                answers = await lock_state_answers(ws)
                 self.assertEqual([json.loads(a)["session"] for a in answers], ["after", "after"])
                 self.assertTrue(await nothing_more(ws, 0.1))
             found = self.worker.wait_for_line(lambda l: l.startswith(expected), since)
@@ -255,10 +235,7 @@ class WorkerProtocolTest(unittest.TestCase):
     def test_origins(self):
         cases = [
             ("web page", "https://evil.example", False),
-            ("plain http page", "http://127.0.0.1:8000", False),
-            ("opaque origin", "null", False),
             ("chrome extension", "chrome-extension://aaaabbbbccccddddeeeeffffgggghhhh", True),
-            ("safari extension", "safari-web-extension://5B1E3D2C-0000-4000-8000-000000000001", True),
         ]
 
         async def scenario(origin, accepted):
@@ -270,7 +247,7 @@ class WorkerProtocolTest(unittest.TestCase):
                 return
             async with websockets.connect(self.worker.uri, origin=origin) as ws:
                 await ws.send(lock_check("o"))
-                self.assertEqual(len(await receive(ws, 2)), 2)
+                await lock_state_answers(ws)
 
         for name, origin, accepted in cases:
             with self.subTest(name):
@@ -318,7 +295,7 @@ class WorkerProtocolTest(unittest.TestCase):
                 # A fresh socket is answered, and so is the one that sent the noise.
                 async with websockets.connect(self.worker.uri) as ws:
                     await ws.send(lock_check("calm"))
-                    for answer in await receive(ws, 2, timeout=30):
+                    for answer in await lock_state_answers(ws, timeout=30):
                         self.assertEqual(json.loads(answer), {"command": "pexi_lock_state",
                                                               "session": "calm", "locked": True})
                 await noisy.send(lock_check("noisy"))
@@ -357,7 +334,7 @@ class WorkerLifecycleTest(unittest.TestCase):
         async def scenario():
             async with websockets.connect(self.worker.uri) as ws:
                 await ws.send(lock_check("after"))
-                for answer in await receive(ws, 2):
+                for answer in await lock_state_answers(ws):
                     self.assertEqual(json.loads(answer)["locked"], True)
 
         run(scenario())
@@ -366,7 +343,7 @@ class WorkerLifecycleTest(unittest.TestCase):
         async def scenario():
             async with websockets.connect(self.worker.uri) as ws:
                 await ws.send(lock_check("bye"))
-                await receive(ws, 2)
+                await lock_state_answers(ws)
 
         run(scenario())
         self.assertEqual(self.worker.stop(), 0)

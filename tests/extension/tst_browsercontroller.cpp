@@ -18,11 +18,13 @@ using Files = QMap<QString, QString>;
 const QDateTime start(QDate(2024, 5, 1), QTime(12, 0), Qt::UTC);
 const QUrl address("https://a.test/");
 
-// Records what the controller asks for; Safari never starts, so it shows the fallback.
+// Records what the controller asks for; Safari never starts, so it shows the fallback. Only the
+// browser named `installed` is installed.
 class RecordingLauncher : public BrowserLauncher
 {
 public:
     QStringList calls;
+    QString installed;
 
     bool openUrl(const QUrl &url, const QString &id) override
     {
@@ -34,7 +36,7 @@ public:
         calls << (url != address ? "wrong address" : "by default");
         return true;
     }
-    bool isInstalled(const QString &id) const override { return id == "com.apple.Safari"; }
+    bool isInstalled(const QString &id) const override { return id == installed; }
 };
 
 } // namespace
@@ -91,10 +93,16 @@ private slots:
                  expected);
     }
 
-    void isInstalledAsksForTheBundleIdentifier()
+    void isInstalledAsksForEachBrowsersBundleIdentifier()
     {
         RecordingLauncher launcher;
-        QVERIFY(BrowserController(launcher).isInstalled(Browser::safari));
+        const BrowserController controller(launcher);
+        launcher.installed = "com.google.Chrome";
+        QVERIFY(controller.isInstalled(Browser::chrome) &&
+                !controller.isInstalled(Browser::safari));
+        launcher.installed = "com.apple.Safari";
+        QVERIFY(!controller.isInstalled(Browser::chrome) &&
+                controller.isInstalled(Browser::safari));
     }
 
     // The site normalised ("=": unchanged), and searched `secondsLater` after logins were opened

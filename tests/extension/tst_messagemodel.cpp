@@ -92,30 +92,6 @@ class TestMessageModel : public QObject
     Q_OBJECT
 
 private slots:
-    // Known commands in declaration order; -1 for texts that are no command.
-    void commands_data()
-    {
-        QTest::addColumn<QString>("raw");
-        QTest::addColumn<int>("position");
-        int position = 0;
-        for (const char *raw :
-             {"pexi_lock_check", "pexi_lock_state", "credentials_search", "credentials_suggest",
-              "request_credential", "provide_credential", "credentials_store", "credentials_commit",
-              "credentials_abort", "ext_icon_clicked", "navigate"})
-            QTest::newRow(raw) << QString(raw) << position++;
-        for (const char *raw : {"PEXI_LOCK_CHECK", "credentials_search ", "CREDS_SEARCH", ""})
-            QTest::addRow("unknown '%s'", raw) << QString(raw) << -1;
-    }
-    void commands()
-    {
-        QFETCH(QString, raw);
-        QFETCH(int, position);
-        const std::optional<Command> command = commandFromRaw(raw);
-        QCOMPARE(command ? int(*command) : -1, position);
-        if (command)
-            QCOMPARE(toRaw(*command), raw);
-    }
-
     void incomingEvents_data()
     {
         QTest::addColumn<Command>("command");

@@ -1,13 +1,16 @@
 #pragma once
 
-#include "app/Window.h"
+#include "capture/CapturePreferences.h"
+#include "capture/EventLogger.h"
+#include "capture/WindowPresenter.h"
 #include "platform/BrowserLauncher.h"
 #include "platform/UserNotificationCenter.h"
 
 #include <QPointF>
 
-// Stand-ins for what cannot run here (a browser, a desktop notification server, the floating
-// window), for the tests, benchmarks and fuzz harness that exercise the bridge without them.
+// Stand-ins for what the bridge is handed from above or cannot run here (a browser, a desktop
+// notification server, the floating window, the analytics service, the user's settings), for the
+// tests, benchmarks and fuzz harness that exercise the bridge without them.
 class NullLauncher : public pexi::BrowserLauncher
 {
 public:
@@ -16,7 +19,7 @@ public:
     bool isInstalled(const QString &) const override { return false; }
 };
 
-class NullWindow : public pexi::Window
+class NullWindow : public pexi::WindowPresenter
 {
 public:
     void showAt(QPointF) override {}
@@ -31,4 +34,21 @@ public:
 
 private:
     NotificationId m_last = 0;
+};
+
+class NullEventLogger : public pexi::EventLogger
+{
+public:
+    void logEvent(const QString &) override {}
+};
+
+// Settings as the test sets them; by default what a fresh install has.
+class FixedPreferences : public pexi::CapturePreferences
+{
+public:
+    bool autoSavePasswords() const override { return autoSave; }
+    bool showSaveNotifications() const override { return notifications; }
+
+    bool autoSave = true;
+    bool notifications = true;
 };

@@ -41,7 +41,6 @@ private:
     // Reads the picked letters and unlocks; throws with "wrong pictures" when they do not open.
     void unlock();
     QString readStandardInputLine();
-    void usage();
 
     QTextStream &m_out;
     QTextStream &m_err;

@@ -1,4 +1,4 @@
-#include "platform/TrayMessageNotificationCenter.h"
+#include "app/TrayMessageNotificationCenter.h"
 
 #include <QSystemTrayIcon>
 #include <QTest>

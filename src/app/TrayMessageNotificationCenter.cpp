@@ -1,6 +1,6 @@
-#include "platform/TrayMessageNotificationCenter.h"
+#include "app/TrayMessageNotificationCenter.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 
 #include <utility>
 
