@@ -145,7 +145,8 @@ int main(int argc, char *argv[])
             inventory.load({item});
             return int(inventory.itemList().size());
         });
-        print(qPrintable(QStringLiteral("change_then_list_%1_items").arg(label)), afterChange, "us");
+        print(qPrintable(QStringLiteral("change_then_list_%1_items").arg(label)), afterChange,
+              "us");
         print(qPrintable(QStringLiteral("change_then_list_%1_items_vs_list").arg(label)),
               afterChange / floor, "ratio");
         bench.locker.lock();

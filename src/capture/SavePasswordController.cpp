@@ -10,7 +10,6 @@
 #include "core/Log.h"
 #include "core/VaultError.h"
 
-
 #include <utility>
 
 namespace pexi {
