@@ -3,6 +3,7 @@
 #include "support/DesktopDoubles.h"
 #include "support/TemporaryVault.h"
 
+#include <QSignalSpy>
 #include <QTest>
 
 #include <memory>
@@ -147,9 +148,15 @@ private slots:
         QFETCH(Optional, site);
         QFETCH(QString, notification);
         const InventoryItem item("Example", username, "pw", site);
+        QSignalSpy changes(&m_vault->locker, &pexi::Locker::inventoryChanged);
         capture(item, autoSave, notifications);
 
         QCOMPARE(stored(), autoSave ? item.uuid() + " pw" : "");
+        // A list on screen hears of the saved login.
+        QCOMPARE(changes.size(), int(autoSave));
+        if (autoSave)
+            QCOMPARE(changes.first().first().value<pexi::InventoryChange>().added,
+                     QStringList{item.uuid()});
         QCOMPARE(m_recorder->log.contains("Mac_PasswordCaptured"), autoSave);
         QCOMPARE(m_recorder->delivered.size(), int(!notification.isEmpty()));
         if (notification.isEmpty())
