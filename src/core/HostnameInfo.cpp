@@ -6,6 +6,7 @@
 #include <libpsl.h>
 
 #include <algorithm>
+#include <optional>
 
 namespace pexi {
 
@@ -50,6 +51,57 @@ bool isNumeric(QStringView label)
     });
 }
 
+bool isLetterOrDigit(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9');
+}
+
+// The host of the plain forms nearly every saved site has ("https://www.example.com/login",
+// "example.com:8080"), read without QUrl, which costs most of an item's unlock. Anything else
+// (user info, escapes, IDN, addresses, ports out of range) is left to QUrl: nullopt.
+std::optional<QString> plainHost(QStringView text)
+{
+    qsizetype at = 0;
+    if (const qsizetype scheme = text.indexOf(QLatin1String("://")); scheme > 0) {
+        if (!text.front().isLetter() ||
+            !std::all_of(text.begin(), text.begin() + scheme, [](QChar c) {
+                return isLetterOrDigit(c) || c == u'+' || c == u'.' || c == u'-';
+            }))
+            return std::nullopt;
+        at = scheme + 3;
+    }
+    qsizetype end = at;
+    while (end < text.size() && !QStringView(u"/?#:").contains(text[end]))
+        ++end;
+    if (end < text.size() && text[end] == u':') {
+        qsizetype port = end + 1;
+        while (port < text.size() && text[port].isDigit() && text[port].unicode() < 0x80)
+            ++port;
+        const bool ends = port == text.size() || QStringView(u"/?#").contains(text[port]);
+        if (!ends || port - end - 1 > 5 || text.sliced(end + 1, port - end - 1).toInt() > 65535)
+            return std::nullopt;
+    }
+    QStringView host = text.sliced(at, end - at);
+    if (host.endsWith(u'.'))
+        host.chop(1);
+    if (host.isEmpty())
+        return std::nullopt;
+    for (const QStringView label : host.split(u'.')) {
+        const bool plain = !label.isEmpty() && label.size() <= 63 && label.front() != u'-' &&
+                           label.back() != u'-' &&
+                           !label.startsWith(u"xn--", Qt::CaseInsensitive) &&
+                           std::all_of(label.begin(), label.end(),
+                                       [](QChar c) { return isLetterOrDigit(c) || c == u'-'; });
+        if (!plain)
+            return std::nullopt;
+    }
+    // Numbers at the end may be an address in one of its many spellings: QUrl's to read.
+    if (host.back().isDigit())
+        return std::nullopt;
+    return host.toString().toLower();
+}
+
 } // namespace
 
 // Error messages never quote the input: it may be a full URL carrying credentials or tokens.
@@ -59,12 +111,17 @@ HostnameInfo HostnameInfo::fromString(const QString &text)
     if (trimmed.isEmpty())
         throw HostnameError("No host name or URL was given");
 
-    const QUrl url = toUrl(trimmed);
-    if (!url.isValid())
-        throw HostnameError("The text is not a valid URL or host name");
-    QString decoded = url.host();
-    if (decoded.isEmpty())
-        throw HostnameError("The URL does not contain a host name");
+    QString decoded;
+    if (const std::optional<QString> plain = plainHost(trimmed)) {
+        decoded = *plain;
+    } else {
+        const QUrl url = toUrl(trimmed);
+        if (!url.isValid())
+            throw HostnameError("The text is not a valid URL or host name");
+        decoded = url.host();
+        if (decoded.isEmpty())
+            throw HostnameError("The URL does not contain a host name");
+    }
 
     HostnameInfo info;
     if (decoded.contains(QLatin1Char(':'))) {

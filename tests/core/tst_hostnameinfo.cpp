@@ -16,6 +16,7 @@ private slots:
     void invalidInput();
     void matching_data();
     void matching();
+    void plainFormsReadAsQUrlReadsThem();
 };
 
 void TestHostnameInfo::parsing_data()
@@ -163,6 +164,34 @@ void TestHostnameInfo::matching()
         QCOMPARE(a.matchKey() == b.matchKey(), expected);
     else
         QCOMPARE(a.host() == b.host(), expected);
+}
+
+// Plain forms are read without QUrl. User info sends the same text through QUrl (which drops
+// it), so every form must read the same both ways, or fail both ways.
+void TestHostnameInfo::plainFormsReadAsQUrlReadsThem()
+{
+    const auto read = [](const QString &text) {
+        try {
+            const HostnameInfo info = HostnameInfo::fromString(text);
+            return info.components().join(' ') + (info.isAddressOrSingleLabel() ? " exact" : "");
+        } catch (const HostnameError &) {
+            return QStringLiteral("invalid");
+        }
+    };
+    for (const char *scheme : {"", "https://", "HTTP://", "chrome-extension://", "a+b.c://"}) {
+        for (const char *host :
+             {"example.com", "WWW.Example.CO.UK", "a-b.example.org.", "x", "-bad.example",
+              "bad-.example", "a_b.example", "1.2.3.4", "127.1", "0x7f.1", "site42.com",
+              "42.example", "xn--bcher-kva.de", "XN--BCHER-KVA.de", "localhost"}) {
+            for (const char *rest : {"", "/", ":8080", ":", ":65536", ":80x", "/login?next=a:b",
+                                     "#top", "?q", ":443/path"}) {
+                const QString text = QString(scheme) + host + rest;
+                const QString viaQUrl = QString(*scheme ? scheme : "http://") + "u@" + host + rest;
+                QVERIFY2(read(text) == read(viaQUrl),
+                         qPrintable(text + ": " + read(text) + " / " + read(viaQUrl)));
+            }
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(TestHostnameInfo)
