@@ -10,6 +10,7 @@
 #include "extension/JsonReader.h"
 #include "extension/LockCheckEvent.h"
 #include "extension/LockStateEvent.h"
+#include "extension/MiniAppEvent.h"
 #include "extension/RequestEvent.h"
 #include "extension/SearchEvent.h"
 #include "extension/StoreEvent.h"
@@ -61,14 +62,6 @@ EventFactory incomingEvent(Command command)
         break; // the worker's own
     }
     return nullptr;
-}
-
-std::optional<QString> optionalString(const simdjson::dom::object &object, std::string_view key)
-{
-    std::string_view text;
-    if (object[key].get(text) != simdjson::SUCCESS)
-        return std::nullopt;
-    return QString::fromUtf8(text.data(), qsizetype(text.size()));
 }
 
 // Web pages may open sockets to 127.0.0.1 too; extensions never send a web origin.
@@ -227,7 +220,8 @@ void ExtensionServer::handleTextMessage(WebSocket *socket, const QByteArray &tex
         logLine(QStringLiteral("message had no command identifier!"));
         return;
     }
-    m_browsers.recordMessage(optionalString(envelope, "sender"), optionalString(envelope, "build"));
+    m_browsers.recordMessage(MiniAppEvent::optionalString(envelope, "sender"),
+                             MiniAppEvent::optionalString(envelope, "build"));
 
     const QUtf8StringView raw(command.data(), qsizetype(command.size()));
     const std::optional<Command> known = commandFromRaw(raw);

@@ -2,6 +2,8 @@
 
 #include "extension/ExtensionError.h"
 
+#include <QStringDecoder>
+
 #include <simdjson.h>
 
 namespace pexi {
@@ -26,7 +28,10 @@ std::optional<QString> MiniAppEvent::optionalString(const simdjson::dom::object 
     std::string_view text;
     if (dictionary[key].get(text) != simdjson::SUCCESS)
         return std::nullopt;
-    return QString::fromUtf8(text.data(), qsizetype(text.size()));
+    // QString::fromUtf8 would drop a byte order mark at the start, from a password too.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
+                                                     QStringDecoder::Flag::ConvertInitialBom);
+    return decoder.decode(QByteArrayView(text.data(), qsizetype(text.size())));
 }
 
 } // namespace pexi

@@ -25,6 +25,11 @@ public:
 
     Command command() const { return m_command; }
 
+    // The string at `key`, all of it: a byte order mark at its start is part of the text.
+    // Absent or not a string: nothing, without an error.
+    static std::optional<QString> optionalString(const simdjson::dom::object &dictionary,
+                                                 std::string_view key);
+
 protected:
     explicit MiniAppEvent(Command command) : m_command(command) {}
     MiniAppEvent(const MiniAppEvent &) = default;
@@ -35,9 +40,6 @@ protected:
     // Every incoming dictionary needs a "command" string; its value was matched by the server.
     static void requireCommand(const simdjson::dom::object &dictionary);
     static QString requiredString(const simdjson::dom::object &dictionary, std::string_view key);
-    // Absent or not a string: empty, without an error.
-    static std::optional<QString> optionalString(const simdjson::dom::object &dictionary,
-                                                 std::string_view key);
 
 private:
     Command m_command;

@@ -144,6 +144,8 @@ private slots:
                                      << QString::fromUtf8("caf\xc3\xa9 \xf0\x9f\x94\x91");
         QTest::newRow("raw UTF-8") << QByteArray("\"caf\xc3\xa9 \xf0\x9f\x94\x91\"")
                                    << QString::fromUtf8("caf\xc3\xa9 \xf0\x9f\x94\x91");
+        QTest::newRow("byte order mark at the start")
+            << QByteArray("\"\xef\xbb\xbfpw\"") << QChar(0xfeff) + QString("pw");
         QTest::newRow("NUL") << QByteArray("\"a\\u0000b\"") << QStringView(u"a\0b", 3).toString();
         QTest::newRow("repeated key")
             << QByteArray("\"first\",\"session\":\"second\"") << QString("first");
