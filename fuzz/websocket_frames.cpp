@@ -1,12 +1,14 @@
 // Feeds arbitrary bytes to the WebSocket frame reader and the handshake parser. The reader must
 // come to the same messages, or the same breach, whether the bytes arrive at once or in pieces,
-// and must never hand on a text message that is not UTF-8; the UTF-8 check must agree with Qt's
-// decoder. The first byte of an input picks the piece size.
-#include "websocket/Utf8.h"
+// and must never hand on a text message that is not UTF-8 by Qt's decoder, nor one without its
+// padding; the UTF-8 check it uses must agree with Qt's decoder. The first byte of an input picks
+// the piece size.
 #include "websocket/WebSocketFrameReader.h"
 #include "websocket/WebSocketHandshake.h"
 
 #include <QStringDecoder>
+
+#include <simdjson.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -23,6 +25,13 @@ struct Outcome
     bool operator==(const Outcome &) const = default;
 };
 
+bool qtDecodes(QByteArrayView bytes)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString decoded = decoder.decode(bytes); // decoding happens on conversion
+    return !decoder.hasError();
+}
+
 Outcome read(QByteArrayView bytes, qsizetype piece)
 {
     WebSocketFrameReader reader(4096);
@@ -30,23 +39,16 @@ Outcome read(QByteArrayView bytes, qsizetype piece)
     for (qsizetype at = 0; at < bytes.size(); at += piece) {
         reader.append(bytes.sliced(at, std::min(piece, bytes.size() - at)));
         while (auto message = reader.next()) {
-            if (message->opcode == WebSocketProtocol::Opcode::text &&
-                !isValidUtf8(message->payload))
+            if (message->opcode == WebSocketProtocol::Opcode::text && !qtDecodes(message->payload))
                 std::abort();
-            if (message->payload.size() > 4096)
+            if (message->payload.size() > 4096 ||
+                message->payload.data_ptr().freeSpaceAtEnd() < WebSocketFrameReader::payloadPadding)
                 std::abort();
             outcome.messages.emplace_back(message->opcode, std::move(message->payload));
         }
     }
     outcome.violation = reader.violation();
     return outcome;
-}
-
-bool qtDecodes(QByteArrayView bytes)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString decoded = decoder.decode(bytes); // decoding happens on conversion
-    return !decoder.hasError();
 }
 
 } // namespace
@@ -59,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const qsizetype piece = 1 + data[0] % 17;
     if (read(bytes, bytes.size() + 1) != read(bytes, piece))
         std::abort();
-    if (isValidUtf8(bytes) != qtDecodes(bytes))
+    if (simdjson::validate_utf8(bytes.data(), size_t(bytes.size())) != qtDecodes(bytes))
         std::abort();
     const auto parsed = WebSocketHandshake::parse(bytes);
     if (parsed.length > bytes.size())

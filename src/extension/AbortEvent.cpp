@@ -6,7 +6,7 @@ AbortEvent::AbortEvent() : MiniAppEvent(Command::CREDS_ABORT)
 {
 }
 
-AbortEvent::AbortEvent(const JsonObject &dictionary) : MiniAppEvent(Command::CREDS_ABORT)
+AbortEvent::AbortEvent(const simdjson::dom::object &dictionary) : MiniAppEvent(Command::CREDS_ABORT)
 {
     requireCommand(dictionary);
 }

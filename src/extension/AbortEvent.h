@@ -10,7 +10,7 @@ class AbortEvent : public MiniAppEvent
 public:
     AbortEvent();
     // Needs only a "command" string. Throws ExtensionError.
-    explicit AbortEvent(const JsonObject &dictionary);
+    explicit AbortEvent(const simdjson::dom::object &dictionary);
 };
 
 } // namespace pexi

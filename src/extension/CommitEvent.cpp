@@ -6,7 +6,8 @@ CommitEvent::CommitEvent() : MiniAppEvent(Command::CREDS_COMMIT)
 {
 }
 
-CommitEvent::CommitEvent(const JsonObject &dictionary) : MiniAppEvent(Command::CREDS_COMMIT)
+CommitEvent::CommitEvent(const simdjson::dom::object &dictionary)
+    : MiniAppEvent(Command::CREDS_COMMIT)
 {
     requireCommand(dictionary);
 }

@@ -10,7 +10,7 @@ class CommitEvent : public MiniAppEvent
 public:
     CommitEvent();
     // Needs only a "command" string. Throws ExtensionError.
-    explicit CommitEvent(const JsonObject &dictionary);
+    explicit CommitEvent(const simdjson::dom::object &dictionary);
 };
 
 } // namespace pexi

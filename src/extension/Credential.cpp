@@ -9,10 +9,9 @@ using namespace Qt::StringLiterals;
 
 void Credential::writeJson(JsonWriter &json) const
 {
-    // "password" sorts before every other key.
     json.beginObject();
-    json.key("password"_L1).string(password);
     PartialCredential{username, uuid, title, site}.writeMembers(json);
+    json.key("password"_L1).string(password);
     json.endObject();
 }
 

@@ -14,7 +14,7 @@ public:
     explicit ExtClickedEvent(const std::optional<QPointF> &coordinates = std::nullopt);
     // Needs "command". "coordinates" that is not a dictionary of numbers only is ignored; a
     // dictionary of numbers without both "x" and "y" throws ExtensionError.
-    explicit ExtClickedEvent(const JsonObject &dictionary);
+    explicit ExtClickedEvent(const simdjson::dom::object &dictionary);
 
     const std::optional<QPointF> &coordinates() const { return m_coordinates; }
 

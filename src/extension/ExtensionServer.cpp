@@ -10,11 +10,15 @@
 #include "extension/JsonReader.h"
 #include "extension/LockCheckEvent.h"
 #include "extension/LockStateEvent.h"
+#include "extension/MiniAppEvent.h"
 #include "extension/RequestEvent.h"
 #include "extension/SearchEvent.h"
 #include "extension/StoreEvent.h"
+#include "websocket/WebSocketFrameReader.h"
 
 #include <QUrl>
+
+#include <simdjson.h>
 
 #include <memory>
 
@@ -22,11 +26,13 @@ namespace pexi {
 
 namespace {
 
-using namespace Qt::StringLiterals;
+// Messages are read where the frame reader put them, without a copy.
+static_assert(WebSocketFrameReader::payloadPadding >= qsizetype(simdjson::SIMDJSON_PADDING));
 
-using EventFactory = std::unique_ptr<MiniAppEvent> (*)(const JsonObject &);
+using EventFactory = std::unique_ptr<MiniAppEvent> (*)(const simdjson::dom::object &);
 
-template <typename Event> std::unique_ptr<MiniAppEvent> build(const JsonObject &dictionary)
+template <typename Event>
+std::unique_ptr<MiniAppEvent> build(const simdjson::dom::object &dictionary)
 {
     return std::make_unique<Event>(dictionary);
 }
@@ -56,12 +62,6 @@ EventFactory incomingEvent(Command command)
         break; // the worker's own
     }
     return nullptr;
-}
-
-std::optional<QString> optionalString(const JsonObject &object, QLatin1StringView key)
-{
-    const JsonValue value = object.value(key);
-    return value.isString() ? std::optional(value.toString()) : std::nullopt;
 }
 
 // Web pages may open sockets to 127.0.0.1 too; extensions never send a web origin.
@@ -94,7 +94,8 @@ ExtensionServer::ExtensionServer(quint16 port, Locker &locker, BrowserController
                                  NotificationCenter &center, QObject *parent)
     : QObject(parent), m_port(port),
       m_server(MaxMessageBytes, [this](const auto &request) { return admit(request); }),
-      m_locker(locker), m_browsers(browsers), m_center(center)
+      m_reader(std::make_unique<JsonReader>()), m_locker(locker), m_browsers(browsers),
+      m_center(center)
 {
     connect(&m_server, &WebSocketServer::newConnection, this, &ExtensionServer::onNewConnection);
     connect(&m_server, &WebSocketServer::acceptError, this, [](const QString &error) {
@@ -199,27 +200,28 @@ void ExtensionServer::onDisconnected(WebSocket *socket)
 
 void ExtensionServer::handleTextMessage(WebSocket *socket, const QByteArray &text)
 {
-    const std::optional<JsonValue> document = JsonReader::parse(text);
-    if (!document || !document->isObject()) {
+    // What the reader read stays valid only until its next read, which a handler may cause (by
+    // spinning an event loop): nothing below the event's construction looks at it.
+    simdjson::dom::object envelope;
+    if (m_reader->read(text).get(envelope) != simdjson::SUCCESS) {
         logLine(QStringLiteral("Unable to parse json from server."));
         return;
     }
-    const JsonObject envelope = document->toObject();
-    const JsonValue data = envelope.value("data"_L1);
-    const JsonObject dictionary = data.toObject();
-    const JsonValue commandValue = dictionary.value("command"_L1);
-    if (!data.isObject() || !commandValue.isString()) {
+    simdjson::dom::object dictionary;
+    std::string_view command;
+    if (envelope["data"].get(dictionary) != simdjson::SUCCESS ||
+        dictionary["command"].get(command) != simdjson::SUCCESS) {
         logLine(QStringLiteral("message had no command identifier!"));
         return;
     }
-    m_browsers.recordMessage(optionalString(envelope, "sender"_L1),
-                             optionalString(envelope, "build"_L1));
+    m_browsers.recordMessage(MiniAppEvent::optionalString(envelope, "sender"),
+                             MiniAppEvent::optionalString(envelope, "build"));
 
-    const QAnyStringView command = commandValue.toStringView();
-    const std::optional<Command> known = commandFromRaw(command);
+    const QUtf8StringView raw(command.data(), qsizetype(command.size()));
+    const std::optional<Command> known = commandFromRaw(raw);
     const EventFactory factory = known ? incomingEvent(*known) : nullptr;
     if (!factory) {
-        logLine(QStringLiteral("message had unrecognized command '%1'").arg(command.toString()));
+        logLine(QStringLiteral("message had unrecognized command '%1'").arg(raw.toString()));
         return;
     }
     std::unique_ptr<MiniAppEvent> event;

@@ -9,11 +9,13 @@
 #include <QObject>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace pexi {
 
 class BrowserController;
+class JsonReader;
 class Locker;
 class MiniAppEvent;
 
@@ -62,6 +64,8 @@ private:
 
     quint16 m_port;
     WebSocketServer m_server;
+    // One parser for every message: after the first few it reads without allocating.
+    std::unique_ptr<JsonReader> m_reader;
     Locker &m_locker;
     BrowserController &m_browsers;
     NotificationCenter &m_center;

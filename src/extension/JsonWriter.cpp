@@ -51,9 +51,10 @@ JsonWriter &JsonWriter::key(QLatin1StringView name)
     return *this;
 }
 
-// Qt's writer escapes quote, backslash and the control characters, the five common ones by their
-// short names, and writes a surrogate that has no other half as \uXXXX (lower-case hex), since
-// UTF-8 cannot hold it. Everything else, DEL and U+2028/U+2029 included, goes out as it is.
+// Quote, backslash and the control characters are escaped, the five common ones by their short
+// names, as RFC 8259 requires. A surrogate without its other half goes out as \uXXXX, since UTF-8
+// cannot hold it; the extensions' JavaScript reads it back as the same unit. Everything else,
+// DEL and U+2028/U+2029 included, goes out as it is.
 JsonWriter &JsonWriter::string(QStringView text)
 {
     // Room for the text as it is; an escape makes more when it needs it.

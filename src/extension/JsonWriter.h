@@ -6,12 +6,9 @@
 
 namespace pexi {
 
-// Compact JSON text for the outgoing events, written straight into one string. It gives exactly
-// what QJsonDocument's compact writer gives for the same object, so extensions see the same
-// frames, without building a QJsonObject for every answer.
-//
-// Nothing is sorted here: QJsonObject writes its keys in sorted order, so callers write theirs in
-// that order too. Keys are the events' own plain ASCII names and are written as they are.
+// Compact JSON text (RFC 8259) for the outgoing events, written straight into one string, without
+// building a document first. Members go out in the order they are written. Keys are the events'
+// own plain ASCII names and are written as they are.
 class JsonWriter
 {
 public:

@@ -11,7 +11,7 @@ public:
     explicit LockCheckEvent(const std::optional<QString> &session = std::nullopt);
     // Needs "command"; "session" is optional here, unlike in the other requests. Throws
     // ExtensionError.
-    explicit LockCheckEvent(const JsonObject &dictionary);
+    explicit LockCheckEvent(const simdjson::dom::object &dictionary);
 
     const std::optional<QString> &session() const { return m_session; }
 

@@ -2,33 +2,36 @@
 
 #include "extension/ExtensionError.h"
 
-#include "extension/JsonValue.h"
+#include <QStringDecoder>
+
+#include <simdjson.h>
 
 namespace pexi {
 
-using namespace Qt::StringLiterals;
-
-void MiniAppEvent::requireCommand(const JsonObject &dictionary)
+void MiniAppEvent::requireCommand(const simdjson::dom::object &dictionary)
 {
-    if (!dictionary.value("command"_L1).isString())
+    if (!dictionary["command"].is_string())
         throw ExtensionError(ExtensionError::Kind::parseError);
 }
 
-QString MiniAppEvent::requiredString(const JsonObject &dictionary, QLatin1StringView key)
+QString MiniAppEvent::requiredString(const simdjson::dom::object &dictionary, std::string_view key)
 {
-    const JsonValue value = dictionary.value(key);
-    if (!value.isString())
+    std::optional<QString> value = optionalString(dictionary, key);
+    if (!value)
         throw ExtensionError(ExtensionError::Kind::parseError);
-    return value.toString();
+    return *std::move(value);
 }
 
-std::optional<QString> MiniAppEvent::optionalString(const JsonObject &dictionary,
-                                                    QLatin1StringView key)
+std::optional<QString> MiniAppEvent::optionalString(const simdjson::dom::object &dictionary,
+                                                    std::string_view key)
 {
-    const JsonValue value = dictionary.value(key);
-    if (!value.isString())
+    std::string_view text;
+    if (dictionary[key].get(text) != simdjson::SUCCESS)
         return std::nullopt;
-    return value.toString();
+    // QString::fromUtf8 would drop a byte order mark at the start, from a password too.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
+                                                     QStringDecoder::Flag::ConvertInitialBom);
+    return decoder.decode(QByteArrayView(text.data(), qsizetype(text.size())));
 }
 
 } // namespace pexi

@@ -2,23 +2,33 @@
 
 #include "extension/Command.h"
 
-#include "extension/JsonValue.h"
 #include <QString>
 
 #include <optional>
+#include <string_view>
+
+namespace simdjson::dom {
+class object;
+}
 
 namespace pexi {
 
 // One message between the worker and a browser extension. Incoming events are built from the
-// event dictionary of a frame and take their command from their class, never from the wire;
-// outgoing events write themselves as compact JSON text through JsonWriter. The server and the
-// handlers pass events around by this base and look for the concrete class they expect.
+// event dictionary of a frame (as JsonReader read it) and take their command from their class,
+// never from the wire; outgoing events write themselves as compact JSON text through JsonWriter.
+// The server and the handlers pass events around by this base and look for the concrete class they
+// expect.
 class MiniAppEvent
 {
 public:
     virtual ~MiniAppEvent() = default;
 
     Command command() const { return m_command; }
+
+    // The string at `key`, all of it: a byte order mark at its start is part of the text.
+    // Absent or not a string: nothing, without an error.
+    static std::optional<QString> optionalString(const simdjson::dom::object &dictionary,
+                                                 std::string_view key);
 
 protected:
     explicit MiniAppEvent(Command command) : m_command(command) {}
@@ -28,11 +38,8 @@ protected:
     // The helpers below throw ExtensionError::Kind::parseError and never say which key failed.
 
     // Every incoming dictionary needs a "command" string; its value was matched by the server.
-    static void requireCommand(const JsonObject &dictionary);
-    static QString requiredString(const JsonObject &dictionary, QLatin1StringView key);
-    // Absent or not a string: empty, without an error.
-    static std::optional<QString> optionalString(const JsonObject &dictionary,
-                                                 QLatin1StringView key);
+    static void requireCommand(const simdjson::dom::object &dictionary);
+    static QString requiredString(const simdjson::dom::object &dictionary, std::string_view key);
 
 private:
     Command m_command;

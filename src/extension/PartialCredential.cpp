@@ -15,13 +15,12 @@ void PartialCredential::writeJson(JsonWriter &json) const
 
 void PartialCredential::writeMembers(JsonWriter &json) const
 {
-    // Keys in the sorted order QJsonObject writes them in.
-    if (site)
-        json.key("site"_L1).string(*site);
+    json.key("uuid"_L1).string(uuid);
     json.key("title"_L1).string(title);
     if (username)
         json.key("username"_L1).string(*username);
-    json.key("uuid"_L1).string(uuid);
+    if (site)
+        json.key("site"_L1).string(*site);
 }
 
 } // namespace pexi

@@ -10,7 +10,7 @@ class RequestEvent : public MiniAppEvent
 public:
     RequestEvent(const QString &uuid, const QString &session);
     // Needs "command", "uuid" and "session" strings. Throws ExtensionError.
-    explicit RequestEvent(const JsonObject &dictionary);
+    explicit RequestEvent(const simdjson::dom::object &dictionary);
 
     const QString &uuid() const { return m_uuid; }
     const QString &session() const { return m_session; }

@@ -10,7 +10,7 @@ class SearchEvent : public MiniAppEvent
 public:
     SearchEvent(const QString &site, const QString &session);
     // Needs "command", "site" and "session" strings. Throws ExtensionError.
-    explicit SearchEvent(const JsonObject &dictionary);
+    explicit SearchEvent(const simdjson::dom::object &dictionary);
 
     const QString &site() const { return m_site; }
     const QString &session() const { return m_session; }

@@ -2,9 +2,9 @@
 
 #include "extension/ExtensionError.h"
 
-namespace pexi {
+#include <simdjson.h>
 
-using namespace Qt::StringLiterals;
+namespace pexi {
 
 StoreEvent::StoreEvent(const QString &title, const QString &site, const QString &username,
                        const QString &password)
@@ -13,17 +13,16 @@ StoreEvent::StoreEvent(const QString &title, const QString &site, const QString 
 {
 }
 
-StoreEvent::StoreEvent(const JsonObject &dictionary) : MiniAppEvent(Command::CREDS_STORE)
+StoreEvent::StoreEvent(const simdjson::dom::object &dictionary) : MiniAppEvent(Command::CREDS_STORE)
 {
     requireCommand(dictionary);
-    m_site = requiredString(dictionary, "site"_L1);
-    const JsonValue credential = dictionary.value("credential"_L1);
-    if (!credential.isObject() || credential.toObject().isEmpty())
+    m_site = requiredString(dictionary, "site");
+    simdjson::dom::object fields;
+    if (dictionary["credential"].get(fields) != simdjson::SUCCESS || fields.size() == 0)
         throw ExtensionError(ExtensionError::Kind::parseError);
-    const JsonObject fields = credential.toObject();
-    m_title = requiredString(fields, "title"_L1);
-    m_username = requiredString(fields, "username"_L1);
-    m_password = requiredString(fields, "password"_L1);
+    m_title = requiredString(fields, "title");
+    m_username = requiredString(fields, "username");
+    m_password = requiredString(fields, "password");
 }
 
 } // namespace pexi

@@ -13,7 +13,7 @@ public:
                const QString &password);
     // Needs "command", "site" and a non-empty "credential" dictionary with "title", "username"
     // and "password" strings. Throws ExtensionError.
-    explicit StoreEvent(const JsonObject &dictionary);
+    explicit StoreEvent(const simdjson::dom::object &dictionary);
 
     const QString &title() const { return m_title; }
     const QString &site() const { return m_site; }

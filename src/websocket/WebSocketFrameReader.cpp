@@ -1,8 +1,9 @@
 #include "websocket/WebSocketFrameReader.h"
 
-#include "websocket/Utf8.h"
+#include <simdjson.h>
 
 #include <cstring>
+#include <utility>
 
 namespace pexi {
 
@@ -49,6 +50,22 @@ void unmaskInto(char *out, const char *in, qsizetype length, const char mask[4])
     }
     for (; i < length; ++i)
         out[i] = char(in[i] ^ mask[i % 4]);
+}
+
+// Well-formed UTF-8: no overlong forms, surrogates, code points past U+10FFFF or cut-off
+// sequences. simdjson's check is several times quicker than Qt's on large messages.
+bool isValidUtf8(QByteArrayView bytes)
+{
+    return simdjson::validate_utf8(bytes.data(), size_t(bytes.size()));
+}
+
+// `length` bytes, and the padding behind them.
+QByteArray paddedPayload(qsizetype length)
+{
+    QByteArray payload;
+    payload.reserve(length + WebSocketFrameReader::payloadPadding);
+    payload.resize(length);
+    return payload;
 }
 
 // A close payload is empty, or a valid code followed by a UTF-8 reason.
@@ -133,7 +150,7 @@ std::optional<WebSocketFrameReader::Message> WebSocketFrameReader::next()
             break;
 
         const char *mask = data + header - 4;
-        QByteArray payload(qsizetype(length), Qt::Uninitialized);
+        QByteArray payload = paddedPayload(qsizetype(length));
         unmaskInto(payload.data(), data + header, qsizetype(length), mask);
         m_consumed += header + qsizetype(length);
 
@@ -154,9 +171,10 @@ std::optional<WebSocketFrameReader::Message> WebSocketFrameReader::next()
         Message message{opcode, std::move(payload)};
         if (m_fragmentedOpcode) {
             message.opcode = *m_fragmentedOpcode;
-            message.payload = m_fragments + message.payload;
+            m_fragments.reserve(m_fragments.size() + message.payload.size() + payloadPadding);
+            m_fragments.append(message.payload);
+            message.payload = std::exchange(m_fragments, QByteArray());
             m_fragmentedOpcode.reset();
-            m_fragments.clear();
         }
         if (message.opcode == Opcode::text && !isValidUtf8(message.payload))
             return fail(CloseCode::invalidPayload);

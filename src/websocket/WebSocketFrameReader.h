@@ -15,6 +15,10 @@ namespace pexi {
 class WebSocketFrameReader
 {
 public:
+    // Every message's payload has at least this many more bytes allocated behind it, so that a
+    // parser that reads in wide blocks (simdjson) can read it where it lies.
+    static constexpr qsizetype payloadPadding = 64;
+
     struct Message
     {
         WebSocketProtocol::Opcode opcode; // text, binary, close, ping or pong

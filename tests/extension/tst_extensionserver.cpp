@@ -145,6 +145,9 @@ private slots:
                  "message received from server had unexpected type: QByteArray", {}, none, true);
         frameRow("not JSON", "hello", unparsable);
         frameRow("JSON array", "[" + wrap(check) + "]", unparsable);
+        frameRow("JSON number", "42", unparsable);
+        frameRow("lenient JSON", wrap("{\"command\":\"pexi_lock_check\",\"session\":\"\\x41\"}"),
+                 unparsable);
         frameRow("no envelope", check, noCommand);
         frameRow("command is a number", wrap(R"({"command":0})"), noCommand);
         // Without a command nobody is told who sent the frame.
@@ -170,6 +173,11 @@ private slots:
                  "chrome 3.1 None");
         frameRow("numeric build", R"({"sender":"chrome","build":5,"data":)" + check + "}", {},
                  "LockCheckEvent -", "chrome None None");
+        // Of a key written twice, the first counts.
+        frameRow(
+            "data twice",
+            wrap(R"({"command":"pexi_lock_check","session":"first"},"data":{"command":"fly"})"), {},
+            "LockCheckEvent first");
         frameRow("sender inside data",
                  wrap(R"({"command":"pexi_lock_check","sender":"chrome","build":"9"})"), {},
                  "LockCheckEvent -");

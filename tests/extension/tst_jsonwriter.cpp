@@ -1,8 +1,7 @@
+#include "extension/JsonReader.h"
 #include "extension/JsonWriter.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <QProcess>
 #include <QRandomGenerator>
 #include <QTest>
 
@@ -10,83 +9,118 @@ using namespace pexi;
 
 namespace {
 
-// Drives the writer as the events do, keys in the object's own (sorted) order.
-void write(JsonWriter &json, const QJsonValue &value)
-{
-    if (value.isObject()) {
-        json.beginObject();
-        const QJsonObject object = value.toObject();
-        for (auto it = object.begin(); it != object.end(); ++it) {
-            const QByteArray key = it.key().toLatin1();
-            write(json.key(QLatin1StringView(key)), it.value());
-        }
-        json.endObject();
-    } else if (value.isArray()) {
-        json.beginArray();
-        for (const QJsonValue &item : value.toArray())
-            write(json, item);
-        json.endArray();
-    } else if (value.isString()) {
-        json.string(value.toString());
-    } else if (value.isBool()) {
-        json.boolean(value.toBool());
-    } else {
-        json.null();
-    }
-}
-
-// The bytes an extension gets from the writer, and from QJsonDocument, for one document.
-std::pair<QByteArray, QByteArray> compared(const QJsonValue &document)
-{
-    JsonWriter json(4); // small, so that the string has to grow
-    write(json, document);
-    const QJsonDocument qt = document.isObject() ? QJsonDocument(document.toObject())
-                                                 : QJsonDocument(document.toArray());
-    return {json.take().toUtf8(), qt.toJson(QJsonDocument::Compact)};
-}
-
 QString units(std::initializer_list<char16_t> list)
 {
     return QString(reinterpret_cast<const QChar *>(list.begin()), qsizetype(list.size()));
 }
 
-QString randomText(QRandomGenerator &random)
+// Text as both ends of a round trip describe it: its UTF-16 units in hex, lone surrogates too.
+QString hex(QStringView text)
+{
+    QString out;
+    for (const QChar unit : text)
+        out += QString::number(unit.unicode(), 16).rightJustified(4, u'0');
+    return out;
+}
+
+// Controls, ASCII with DEL, anything up to U+FFFF (lone surrogates only when asked for), pairs.
+QString randomText(QRandomGenerator &random, bool loneSurrogates)
 {
     QString text;
     for (int i = random.bounded(12); i > 0; --i) {
         const int kind = random.bounded(6);
-        if (kind == 0) // a surrogate pair
+        const char16_t unit = char16_t(kind == 1   ? random.bounded(0x20)
+                                       : kind == 2 ? random.bounded(0x80, 0x10000)
+                                                   : random.bounded(0x20, 0x80));
+        if (kind == 0)
             text += units({char16_t(random.bounded(0xd800, 0xdc00)),
                            char16_t(random.bounded(0xdc00, 0xe000))});
-        else // controls; anything, lone surrogates and U+2028 among it; ASCII with DEL
-            text += QChar(char16_t(kind == 1   ? random.bounded(0x20)
-                                   : kind == 2 ? random.bounded(0x80, 0x10000)
-                                               : random.bounded(0x20, 0x80)));
+        else if (loneSurrogates || !QChar::isSurrogate(unit))
+            text += QChar(unit);
     }
     return text;
 }
 
-// An object or array at the top; anything below, three levels deep at most.
-QJsonValue randomValue(QRandomGenerator &random, int depth = 0)
+// Writes a random value, an array or object at the top, and returns its description.
+QString writeRandom(JsonWriter &json, QRandomGenerator &random, bool loneSurrogates, int depth = 0)
 {
     const int kind = depth == 0 ? random.bounded(4, 6) : random.bounded(depth < 3 ? 6 : 4);
-    if (kind < 2)
-        return randomText(random);
-    if (kind == 2)
-        return random.bounded(2) == 1;
-    if (kind == 3)
-        return QJsonValue::Null;
-    QJsonArray array;
-    QJsonObject object;
-    for (int i = random.bounded(5); i > 0; --i) {
-        // Short keys from few letters, so that similar keys meet in one object.
-        const QString key = QString("aAb_").left(random.bounded(1, 4)) + QChar(u'a' + i % 3);
-        if (kind == 4)
-            array.append(randomValue(random, depth + 1));
-        else
-            object.insert(key, randomValue(random, depth + 1));
+    if (kind < 2) {
+        const QString text = randomText(random, loneSurrogates);
+        json.string(text);
+        return "s" + hex(text);
     }
-    return kind == 4 ? QJsonValue(array) : QJsonValue(object);
+    if (kind == 2) {
+        const bool value = random.bounded(2) == 1;
+        json.boolean(value);
+        return value ? "t" : "f";
+    }
+    if (kind == 3) {
+        json.null();
+        return "n";
+    }
+    kind == 4 ? json.beginArray() : json.beginObject();
+    QStringList items;
+    for (int i = random.bounded(5); i > 0; --i) {
+        const QByteArray key = "k" + QByteArray::number(i);
+        if (kind == 5)
+            json.key(QLatin1StringView(key));
+        const QString value = writeRandom(json, random, loneSurrogates, depth + 1);
+        items << (kind == 5 ? hex(QString::fromLatin1(key)) + ':' + value : value);
+    }
+    kind == 4 ? json.endArray() : json.endObject();
+    return kind == 4 ? '[' + items.join(',') + ']' : '{' + items.join(',') + '}';
+}
+
+QString described(simdjson::dom::element value)
+{
+    using Type = simdjson::dom::element_type;
+    QStringList items;
+    switch (value.type()) {
+    case Type::STRING: {
+        const std::string_view text = value.get_string();
+        return "s" + hex(QString::fromUtf8(text.data(), qsizetype(text.size())));
+    }
+    case Type::BOOL:
+        return bool(value) ? "t" : "f";
+    case Type::NULL_VALUE:
+        return "n";
+    case Type::ARRAY:
+        for (const simdjson::dom::element item : value.get_array())
+            items << described(item);
+        return '[' + items.join(',') + ']';
+    case Type::OBJECT:
+        for (const simdjson::dom::key_value_pair member : value.get_object())
+            items << hex(QString::fromUtf8(member.key.data(), qsizetype(member.key.size()))) + ':' +
+                         described(member.value);
+        return '{' + items.join(',') + '}';
+    default:
+        return "?";
+    }
+}
+
+// The same descriptions, by Python's json module: one document per line in, one out.
+QStringList describedByPython(const QByteArrayList &documents)
+{
+    const char *script = "import json, sys\n"
+                         "def hex(s): return s.encode('utf-16-be', 'surrogatepass').hex()\n"
+                         "def d(v):\n"
+                         "    if isinstance(v, str): return 's' + hex(v)\n"
+                         "    if isinstance(v, bool): return 't' if v else 'f'\n"
+                         "    if v is None: return 'n'\n"
+                         "    if isinstance(v, list): return '[' + ','.join(map(d, v)) + ']'\n"
+                         "    if isinstance(v, dict):\n"
+                         "        return '{' + ','.join(hex(k) + ':' + d(x) for k, x in v.items()) "
+                         "+ '}'\n"
+                         "    return '?'\n"
+                         "for line in sys.stdin.buffer: print(d(json.loads(line.decode())))\n";
+    QProcess python;
+    python.start("python3", {"-c", script});
+    python.write(documents.join('\n') + '\n');
+    python.closeWriteChannel();
+    if (!python.waitForFinished(60000) || python.exitCode() != 0)
+        return {"python3 failed: " + QString::fromUtf8(python.readAllStandardError())};
+    return QString::fromLatin1(python.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
 }
 
 } // namespace
@@ -96,61 +130,65 @@ class TestJsonWriter : public QObject
     Q_OBJECT
 
 private slots:
-    void strings_data()
+    // What RFC 8259 requires escaped is, and nothing else is.
+    void escapes_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::newRow("empty") << QString();
-        QString controls;
-        for (char16_t unit = 0; unit < 0x20; ++unit) {
-            QTest::addRow("control %02x", unit) << QString(QChar(unit));
-            controls += QChar(unit);
-        }
-        QTest::newRow("all controls") << controls;
-        QTest::newRow("quote, backslash, slash") << QString("\"\\/\\\"\"");
-        QTest::newRow("DEL") << units({0x7f, u'x', 0x7f});
-        QTest::newRow("two and three bytes") << units({0x80, 0xe9, 0x7ff, 0x800, 0x20ac});
-        QTest::newRow("emoji") << QString::fromUtf8("\xf0\x9f\x94\x91\xf0\x9f\x98\x80");
-        QTest::newRow("line and paragraph separators") << units({0x2028, u'a', 0x2029});
-        QTest::newRow("BOM and noncharacters") << units({0xfeff, 0xfffe, 0xffff});
-        QTest::newRow("lone high at the end") << units({u'a', 0xdbff});
-        QTest::newRow("lone high before a letter") << units({0xd83d, u'a'});
-        QTest::newRow("lone low") << units({0xdc00});
-        QTest::newRow("low before high") << units({0xdc00, 0xd800});
-        QTest::newRow("high, then a pair") << units({0xd83d, 0xd83d, 0xdd11});
-        QTest::newRow("pair, then a high") << units({0xd83d, 0xdd11, 0xd83d});
-        QTest::newRow("everything")
-            << controls + units({0xd800, u'"', 0x7f, 0xd83d, 0xdd11, 0x2028, u'\\', 0xdfff});
+        QTest::addColumn<QString>("written"); // between the quotes
+        QTest::newRow("empty") << QString() << QString();
+        QTest::newRow("quote, backslash, slash") << QString("\"\\/") << QString("\\\"\\\\/");
+        QTest::newRow("short escapes") << QString("\b\f\n\r\t") << QString("\\b\\f\\n\\r\\t");
+        QTest::newRow("other controls")
+            << units({0, 1, 0x0b, 0x1f}) << QString("\\u0000\\u0001\\u000b\\u001f");
+        QTest::newRow("DEL and separators as they are")
+            << units({0x7f, 0x2028, 0x2029}) << units({0x7f, 0x2028, 0x2029});
+        const QString nonAscii = QString::fromUtf8("\xc3\xa9\xe2\x82\xac\xef\xbb\xbf\xef\xbf\xbf");
+        QTest::newRow("non-ASCII as it is") << nonAscii << nonAscii;
+        QTest::newRow("pair as it is") << units({0xd83d, 0xdd11}) << units({0xd83d, 0xdd11});
+        QTest::newRow("lone surrogates")
+            << units({0xd83d, u'a', 0xdc00, 0xdc00, 0xd800, 0xd83d, 0xd83d, 0xdd11})
+            << QString("\\ud83da\\udc00\\udc00\\ud800\\ud83d") + units({0xd83d, 0xdd11});
     }
-    void strings()
+    void escapes()
     {
         QFETCH(QString, text);
-        // Plain characters around it, so that the text starts at every place in a group of four.
-        for (const char *lead : {"", "a", "ab", "abc"}) {
-            const QString padded = QString(lead) + text + "defg";
-            const QJsonObject nested{{"a", text},
-                                     {"b", QJsonArray{padded, QJsonObject{{"c", text}}, text}}};
-            for (const auto &[written, expected] :
-                 {compared(QJsonObject{{"k", padded}}), compared(QJsonArray{text, padded}),
-                  compared(nested)})
-                QCOMPARE(written, expected);
+        QFETCH(QString, written);
+        // Text starting at every place in a group of four, which is how the writer scans it.
+        for (const QString lead : {"", "a", "ab", "abc"}) {
+            JsonWriter json(4); // small, so that the string has to grow
+            json.beginArray().string(lead + text + "defg").string(text).endArray();
+            QCOMPARE(json.take(), "[\"" + lead + written + "defg\",\"" + written + "\"]");
         }
     }
 
-    // Random documents, each seed a reproducible row.
-    void randomized_data()
+    // Random documents read back by simdjson and by Python; rows are reproducible seeds. simdjson
+    // refuses an escaped surrogate without its other half, so only Python gets those.
+    void roundTrip_data()
     {
         QTest::addColumn<quint32>("seed");
-        for (quint32 seed = 1; seed <= 8; ++seed)
+        for (quint32 seed = 1; seed <= 4; ++seed)
             QTest::addRow("seed %u", seed) << seed;
     }
-    void randomized()
+    void roundTrip()
     {
         QFETCH(quint32, seed);
         QRandomGenerator random(seed);
-        for (int i = 0; i < 500; ++i) {
-            const auto [written, expected] = compared(randomValue(random));
-            QCOMPARE(written, expected);
+        JsonReader reader;
+        QByteArrayList documents;
+        QStringList expected;
+        for (int i = 0; i < 400; ++i) {
+            JsonWriter json(4);
+            const bool loneSurrogates = i % 2 == 1;
+            expected << writeRandom(json, random, loneSurrogates);
+            documents << json.take().toUtf8();
+            if (loneSurrogates)
+                continue;
+            simdjson::dom::element root;
+            QVERIFY2(reader.read(documents.last()).get(root) == simdjson::SUCCESS,
+                     documents.last().constData());
+            QCOMPARE(described(root), expected.last());
         }
+        QCOMPARE(describedByPython(documents), expected);
     }
 };
 

@@ -1,6 +1,5 @@
 #include "support/WebSocketPair.h"
 
-#include "websocket/Utf8.h"
 #include "websocket/WebSocketFrameReader.h"
 #include "websocket/WebSocketHandshake.h"
 
@@ -19,13 +18,14 @@ QByteArray closePayload(quint16 code, const QByteArray &reason = {})
 }
 
 // Everything a reader makes of `bytes` fed in pieces of `piece` bytes: "kind:payload" per
-// message, then "!code" after a breach.
+// message ("unpadded" after one without the promised room behind it), then "!code" after a
+// breach.
 QStringList readAll(const QByteArray &bytes, qsizetype piece)
 {
     WebSocketFrameReader reader(maxMessage);
     QStringList out;
     const auto drain = [&] {
-        while (const auto message = reader.next()) {
+        while (auto message = reader.next()) {
             const char *kinds[] = {"?", "text", "binary", "?",    "?",   "?",
                                    "?", "?",    "close",  "ping", "pong"};
             const QByteArray payload = message->payload.size() > 40
@@ -33,6 +33,8 @@ QStringList readAll(const QByteArray &bytes, qsizetype piece)
                                            : message->payload;
             out << QString::fromLatin1(kinds[int(message->opcode)]) + ':' +
                        QString::fromLatin1(payload.toPercentEncoding(" "));
+            if (message->payload.data_ptr().freeSpaceAtEnd() < WebSocketFrameReader::payloadPadding)
+                out << "unpadded";
         }
     };
     for (qsizetype at = 0; at < bytes.size(); at += piece) {
@@ -130,11 +132,11 @@ private slots:
             QCOMPARE(readAll(bytes, std::max<qsizetype>(piece, 1)), expected);
     }
 
+    // Text messages and close reasons must be well-formed UTF-8, whole or across fragments.
     void utf8IsCheckedStrictly_data()
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<bool>("valid");
-        QTest::newRow("empty") << QByteArray() << true;
         QTest::newRow("ascii past a word") << QByteArray("abcdefghijklmnopq") << true;
         QTest::newRow("bad byte after a word") << QByteArray("abcdefgh\x80") << false;
         QTest::newRow("two bytes") << QByteArray("caf\xc3\xa9") << true;
@@ -149,14 +151,28 @@ private slots:
         QTest::newRow("past the highest") << QByteArray("\xf4\x90\x80\x80") << false;
         QTest::newRow("lead byte F5") << QByteArray("\xf5\x80\x80\x80") << false;
         QTest::newRow("cut off") << QByteArray("ok\xe2\x82") << false;
-        QTest::newRow("bad continuation") << QByteArray("\xe2\x28\xa1") << false;
+        QTest::newRow("bad second byte") << QByteArray("\xe2\x28\xa1") << false;
+        QTest::newRow("bad third byte") << QByteArray("\xe2\x82\x28") << false;
+        QTest::newRow("bad fourth byte") << QByteArray("\xf0\x9f\x98\x28") << false;
         QTest::newRow("lone continuation") << QByteArray("\xbf") << false;
     }
     void utf8IsCheckedStrictly()
     {
         QFETCH(QByteArray, bytes);
         QFETCH(bool, valid);
-        QCOMPARE(isValidUtf8(bytes), valid);
+        const QString invalid = QString::number(int(CloseCode::invalidPayload));
+        const QString text = "text:" + QString::fromLatin1(bytes.toPercentEncoding(" "));
+        QCOMPARE(readAll(clientFrame(Opcode::text, bytes), 1),
+                 QStringList(valid ? text : "!" + invalid));
+        const qsizetype half = bytes.size() / 2;
+        QCOMPARE(readAll(clientFrame(Opcode::text, bytes.first(half), false) +
+                             clientFrame(Opcode::continuation, bytes.sliced(half), true),
+                         3),
+                 QStringList(valid ? text : "!" + invalid));
+        const QByteArray close = closePayload(1000, bytes);
+        QCOMPARE(readAll(clientFrame(Opcode::close, close), 2),
+                 QStringList(valid ? "close:" + QString::fromLatin1(close.toPercentEncoding(" "))
+                                   : "!" + invalid));
     }
 
     void handshakeRequestsAreReadStrictly_data()
