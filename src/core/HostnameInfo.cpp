@@ -112,7 +112,8 @@ HostnameInfo HostnameInfo::fromString(const QString &text)
         throw HostnameError("No host name or URL was given");
 
     QString decoded;
-    if (const std::optional<QString> plain = plainHost(trimmed)) {
+    const std::optional<QString> plain = plainHost(trimmed);
+    if (plain) {
         decoded = *plain;
     } else {
         const QUrl url = toUrl(trimmed);
@@ -137,18 +138,19 @@ HostnameInfo HostnameInfo::fromString(const QString &text)
     // (the DNS root) is all that is left to drop before the ASCII form can be compared.
     if (decoded.endsWith(QLatin1Char('.')))
         decoded.chop(1);
-    const QByteArray ace = QUrl::toAce(decoded);
+    // A plain host is its own ASCII form already.
+    const QByteArray ace = plain ? decoded.toLatin1() : QUrl::toAce(decoded);
     if (ace.isEmpty())
         throw HostnameError("The host name is empty or cannot be converted to ASCII");
     if (ace.size() > maxHostLength)
         throw HostnameError("The host name is longer than 253 characters");
-    const QString host = QString::fromLatin1(ace);
-    const QStringList labels = host.split(QLatin1Char('.'));
+    const QString host = plain ? decoded : QString::fromLatin1(ace);
+    const qsizetype lastDot = host.lastIndexOf(QLatin1Char('.'));
 
     info.m_host = host;
     // A numeric last label means an IPv4 address, or something that is no DNS name under any
     // real top-level domain; the list would wrongly pair 192.168.1.1 with 10.0.1.1 as "1.1".
-    info.m_isAddressOrSingleLabel = labels.size() == 1 || isNumeric(labels.last());
+    info.m_isAddressOrSingleLabel = lastDot < 0 || isNumeric(QStringView(host).sliced(lastDot + 1));
     if (info.m_isAddressOrSingleLabel) {
         info.m_registrableDomain = host;
         info.m_mainName = host;

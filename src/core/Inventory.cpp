@@ -61,19 +61,51 @@ QCollator listCollator()
     return collator;
 }
 
+// The folded title, username and site in one text, what search scans; the title comes first.
+struct SearchText
+{
+    explicit SearchText(const InventoryItem &item)
+    {
+        const QString &username = item.username() ? *item.username() : QString();
+        const QString &site = item.site() ? *item.site() : QString();
+        text.reserve(item.title().size() + username.size() + site.size() + 2);
+        appendFolded(item.title());
+        titleLength = text.size();
+        text += fieldSeparator;
+        appendFolded(username);
+        text += fieldSeparator;
+        appendFolded(site);
+    }
+
+    void appendFolded(const QString &part)
+    {
+        // Most of what people type is ASCII, where folding is lower-casing.
+        if (std::all_of(part.begin(), part.end(), [](QChar c) { return c.unicode() < 0x80; })) {
+            for (const QChar c : part)
+                text += c.unicode() >= 'A' && c.unicode() <= 'Z' ? QChar(c.unicode() + 32) : c;
+        } else {
+            text += fold(part);
+        }
+    }
+
+    QString text;
+    qsizetype titleLength = 0;
+};
+
 } // namespace
 
 struct Inventory::Entry
 {
     Entry(const InventoryItem &item, const QCollator &collator)
-        : Entry(item, collator, fold(item.title()), parseHost(item.site()))
+        : Entry(item, collator, SearchText(item), parseHost(item.site()))
     {
     }
-    Entry(const InventoryItem &item, const QCollator &collator, const QString &foldedTitle,
+    Entry(const InventoryItem &item, const QCollator &collator, const SearchText &search,
           const std::optional<HostnameInfo> &host)
-        : item(item), sortKey(collator.sortKey(foldedTitle)),
-          searchText(foldedTitle + fieldSeparator + fold(item.username().value_or(QString())) +
-                     fieldSeparator + fold(item.site().value_or(QString()))),
+        : item(item),
+          sortKey(collator.sortKey(QString::fromRawData(search.text.constData(),
+                                                        search.titleLength))),
+          searchText(search.text),
           typedHost(pexi::typedHost(item.site().value_or(QString()), host)),
           domain(host ? host->matchKey() : QString())
     {
@@ -129,6 +161,8 @@ void Inventory::put(const QList<EntryPointer> &entries)
     std::unordered_set<const Entry *> replaced;
     std::vector<const Entry *> listed;
     const bool bulk = entries.size() >= bulkBatch;
+    const bool told = bool(m_changeListener);
+    m_entries.reserve(m_entries.size() + entries.size());
     // Keeps each replaced entry alive until it has left the order.
     QList<EntryPointer> previousEntries;
     for (const EntryPointer &entry : entries) {
@@ -156,8 +190,9 @@ void Inventory::put(const QList<EntryPointer> &entries)
                 m_order.insert(
                     std::upper_bound(m_order.begin(), m_order.end(), entry.get(), listedBefore),
                     entry.get());
-            (wasListed ? change.changed : change.added).append(uuid);
-        } else if (wasListed) {
+            if (told)
+                (wasListed ? change.changed : change.added).append(uuid);
+        } else if (wasListed && told) {
             change.removed.append(uuid);
         }
         if (previous)
@@ -176,7 +211,7 @@ void Inventory::put(const QList<EntryPointer> &entries)
                    std::back_inserter(merged), listedBefore);
         m_order = std::move(merged);
     }
-    if (m_changeListener && !change.isEmpty())
+    if (told && !change.isEmpty())
         m_changeListener(change);
 }
 

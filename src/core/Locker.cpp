@@ -46,12 +46,11 @@ bool Locker::unlock()
         return true;
     if (m_account.recallSecret().isEmpty())
         return false;
-    std::optional<SecureBytes> key = m_encryption.keyForSecret(m_account.recallSecret());
+    std::unique_ptr<VaultSession> session = VaultSession::open(
+        m_vault.openFile(), [this] { return m_encryption.keyForSecret(m_account.recallSecret()); });
     m_account.forgetRecallSecret();
     m_encryption.forgetKeys();
-    if (!key)
-        return false;
-    return install(std::make_unique<VaultSession>(m_vault.openFile(), std::move(*key)));
+    return session && install(std::move(session));
 }
 
 bool Locker::install(std::unique_ptr<VaultSession> session)

@@ -14,15 +14,17 @@ VaultOpener::VaultOpener(Vault &vault)
 
 std::unique_ptr<VaultSession> VaultOpener::open(const SecureBytes &secret) const
 {
-    std::optional<SecureBytes> key = Vault::keyForSecret(m_header, secret, m_deviceKey);
-    if (!key)
-        return nullptr;
     std::unique_ptr<VaultFile> file = VaultFile::open(m_filePath);
     // Re-created since this opener was made: the key belongs to the vault that is gone.
     if (file->header().vaultId != m_header.vaultId)
         throw VaultError(QStringLiteral("The vault was replaced while it was being opened."));
-    Vault::sealHeader(*file, m_deviceKey);
-    return std::make_unique<VaultSession>(std::move(file), std::move(*key));
+    return VaultSession::open(std::move(file), [&]() -> std::optional<SecureBytes> {
+        std::optional<SecureBytes> key = Vault::keyForSecret(m_header, secret, m_deviceKey);
+        // On a connection of its own: the session's is busy reading meanwhile.
+        if (key && m_header.mac.isEmpty())
+            Vault::sealHeader(*VaultFile::open(m_filePath), m_deviceKey);
+        return key;
+    });
 }
 
 } // namespace pexi

@@ -6,6 +6,8 @@
 
 #include <sodium.h>
 
+#include <future>
+
 namespace pexi {
 
 VaultSession::VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key)
@@ -14,12 +16,53 @@ VaultSession::VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key)
     m_inventory.load(readItemsSinceLastRevision());
 }
 
+VaultSession::VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key, SealedRows rows)
+    : m_key(std::move(key)), m_file(std::move(file)), m_inventory(*this)
+{
+    m_inventory.load(openRows(rows));
+}
+
+std::unique_ptr<VaultSession>
+VaultSession::open(std::unique_ptr<VaultFile> file,
+                   const std::function<std::optional<SecureBytes>()> &deriveKey)
+{
+    VaultFile &reading = *file;
+    std::future<SealedRows> rows = std::async(std::launch::async, [&reading] {
+        SealedRows sealed;
+        sealed.items = reading.readItems(0, &sealed.revision);
+        return sealed;
+    });
+    std::optional<SecureBytes> key;
+    try {
+        key = deriveKey();
+    } catch (...) {
+        rows.wait();
+        throw;
+    }
+    SealedRows sealed = rows.get(); // rethrows what reading threw
+    if (!key)
+        return nullptr;
+    return std::unique_ptr<VaultSession>(
+        new VaultSession(std::move(file), std::move(*key), std::move(sealed)));
+}
+
 VaultSession::~VaultSession() = default;
+
+VaultSession::SealedRows VaultSession::readSealedRows()
+{
+    SealedRows rows;
+    rows.items = m_file->readItems(m_revision, &rows.revision);
+    return rows;
+}
 
 QList<InventoryItem> VaultSession::readItemsSinceLastRevision()
 {
-    qint64 latest = 0;
-    const QList<VaultFile::SealedItem> sealed = m_file->readItems(m_revision, &latest);
+    return openRows(readSealedRows());
+}
+
+QList<InventoryItem> VaultSession::openRows(const SealedRows &rows)
+{
+    const QList<VaultFile::SealedItem> &sealed = rows.items;
     // Decrypting and reading the items is most of an unlock after the key: every core helps.
     std::vector<std::optional<InventoryItem>> opened(size_t(sealed.size()));
     forEachRange(sealed.size(), 512, [&](qsizetype begin, qsizetype end) {
@@ -38,7 +81,7 @@ QList<InventoryItem> VaultSession::readItemsSinceLastRevision()
         m_unreadable.removeOne(uuid);
         items.append(std::move(*opened[size_t(i)]));
     }
-    m_revision = latest;
+    m_revision = rows.revision;
     return items;
 }
 

@@ -7,7 +7,9 @@
 
 #include <QStringList>
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 namespace pexi {
 
@@ -21,6 +23,11 @@ public:
     // VaultError when the file cannot be read. Touches nothing outside itself, so it may be
     // made on any thread and used on another.
     VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key);
+    // The same with the key `deriveKey` returns; the sealed items are read from the file on
+    // another core meanwhile, since key derivation leaves it idle. Null when there is no key.
+    static std::unique_ptr<VaultSession>
+    open(std::unique_ptr<VaultFile> file,
+         const std::function<std::optional<SecureBytes>()> &deriveKey);
     ~VaultSession() override;
 
     Inventory &inventory() { return m_inventory; }
@@ -34,6 +41,15 @@ public:
     void saveItems(const QList<InventoryItem> &items) override;
 
 private:
+    struct SealedRows
+    {
+        QList<VaultFile::SealedItem> items;
+        qint64 revision = 0;
+    };
+
+    VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key, SealedRows rows);
+    SealedRows readSealedRows();
+    QList<InventoryItem> openRows(const SealedRows &rows);
     QList<InventoryItem> readItemsSinceLastRevision();
     std::optional<InventoryItem> openItem(const VaultFile::SealedItem &row) const;
 
