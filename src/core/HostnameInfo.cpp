@@ -71,14 +71,15 @@ std::optional<QString> plainHost(QStringView text)
             return std::nullopt;
         at = scheme + 3;
     }
+    const auto endsHost = [](QChar c) { return c == u'/' || c == u'?' || c == u'#' || c == u':'; };
     qsizetype end = at;
-    while (end < text.size() && !QStringView(u"/?#:").contains(text[end]))
+    while (end < text.size() && !endsHost(text[end]))
         ++end;
     if (end < text.size() && text[end] == u':') {
         qsizetype port = end + 1;
         while (port < text.size() && text[port].isDigit() && text[port].unicode() < 0x80)
             ++port;
-        const bool ends = port == text.size() || QStringView(u"/?#").contains(text[port]);
+        const bool ends = port == text.size() || (endsHost(text[port]) && text[port] != u':');
         if (!ends || port - end - 1 > 5 || text.sliced(end + 1, port - end - 1).toInt() > 65535)
             return std::nullopt;
     }
@@ -87,7 +88,12 @@ std::optional<QString> plainHost(QStringView text)
         host.chop(1);
     if (host.isEmpty())
         return std::nullopt;
-    for (const QStringView label : host.split(u'.')) {
+    for (qsizetype start = 0; start <= host.size();) {
+        qsizetype stop = host.indexOf(u'.', start);
+        if (stop < 0)
+            stop = host.size();
+        const QStringView label = host.sliced(start, stop - start);
+        start = stop + 1;
         const bool plain = !label.isEmpty() && label.size() <= 63 && label.front() != u'-' &&
                            label.back() != u'-' &&
                            !label.startsWith(u"xn--", Qt::CaseInsensitive) &&
@@ -161,7 +167,7 @@ HostnameInfo HostnameInfo::fromString(const QString &text)
     const char *registrable = psl_registrable_domain(suffixList(), ace.constData());
     // NULL means the host is itself a public suffix (co.uk, github.io): nothing to share.
     info.m_registrableDomain = registrable ? QString::fromLatin1(registrable) : host;
-    info.m_mainName = info.m_registrableDomain.section(QLatin1Char('.'), 0, 0);
+    info.m_mainName = info.m_registrableDomain.left(info.m_registrableDomain.indexOf(u'.'));
     return info;
 }
 
