@@ -102,9 +102,8 @@ struct Inventory::Entry
     }
     Entry(const InventoryItem &item, const QCollator &collator, const SearchText &search,
           const std::optional<HostnameInfo> &host)
-        : item(item),
-          sortKey(collator.sortKey(QString::fromRawData(search.text.constData(),
-                                                        search.titleLength))),
+        : item(item), sortKey(collator.sortKey(
+                          QString::fromRawData(search.text.constData(), search.titleLength))),
           searchText(search.text),
           typedHost(pexi::typedHost(item.site().value_or(QString()), host)),
           domain(host ? host->matchKey() : QString())

@@ -84,15 +84,23 @@ VaultCipher::Sealed VaultCipher::seal(const SecureBytes &key, const QByteArray &
 std::optional<QByteArray> VaultCipher::open(const SecureBytes &key, const Sealed &sealed,
                                             const QByteArray &associatedData)
 {
+    QByteArray plaintext;
+    if (!openInto(key, sealed, associatedData, plaintext))
+        return std::nullopt;
+    return plaintext;
+}
+
+bool VaultCipher::openInto(const SecureBytes &key, const Sealed &sealed,
+                           const QByteArray &associatedData, QByteArray &plaintext)
+{
     ensureSodium();
     if (key.size() != KeySize ||
         sealed.nonce.size() !=
             static_cast<qsizetype>(crypto_aead_xchacha20poly1305_ietf_NPUBBYTES) ||
         sealed.ciphertext.size() <
             static_cast<qsizetype>(crypto_aead_xchacha20poly1305_ietf_ABYTES))
-        return std::nullopt;
-    QByteArray plaintext(sealed.ciphertext.size() - crypto_aead_xchacha20poly1305_ietf_ABYTES,
-                         Qt::Uninitialized);
+        return false;
+    plaintext.resize(sealed.ciphertext.size() - crypto_aead_xchacha20poly1305_ietf_ABYTES);
     unsigned long long length = 0;
     if (crypto_aead_xchacha20poly1305_ietf_decrypt(
             reinterpret_cast<unsigned char *>(plaintext.data()), &length, nullptr,
@@ -101,9 +109,9 @@ std::optional<QByteArray> VaultCipher::open(const SecureBytes &key, const Sealed
             reinterpret_cast<const unsigned char *>(associatedData.constData()),
             static_cast<unsigned long long>(associatedData.size()),
             reinterpret_cast<const unsigned char *>(sealed.nonce.constData()), key.data()) != 0)
-        return std::nullopt;
+        return false;
     plaintext.resize(static_cast<qsizetype>(length));
-    return plaintext;
+    return true;
 }
 
 QByteArray VaultCipher::headerMac(const SecureBytes &deviceKey, const QByteArray &message)

@@ -45,6 +45,9 @@ public:
                        const QByteArray &associatedData);
     static std::optional<QByteArray> open(const SecureBytes &key, const Sealed &sealed,
                                           const QByteArray &associatedData);
+    // The same into `plaintext`, whose capacity is reused: no allocation per item at unlock.
+    static bool openInto(const SecureBytes &key, const Sealed &sealed,
+                         const QByteArray &associatedData, QByteArray &plaintext);
 
     // Keyed BLAKE2b over `message`, under the device key, apart from the vault key's use of it.
     static QByteArray headerMac(const SecureBytes &deviceKey, const QByteArray &message);
