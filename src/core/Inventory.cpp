@@ -7,6 +7,7 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <future>
 #include <unordered_set>
 
 namespace pexi {
@@ -164,6 +165,16 @@ void Inventory::put(const QList<EntryPointer> &entries)
     m_entries.reserve(m_entries.size() + entries.size());
     // Keeps each replaced entry alive until it has left the order.
     QList<EntryPointer> previousEntries;
+    // A large batch is sorted on another core while the indexes take it in here.
+    std::future<void> sorted;
+    if (bulk) {
+        for (const EntryPointer &entry : entries) {
+            if (entry->listed())
+                listed.push_back(entry.get());
+        }
+        sorted = std::async(std::launch::async,
+                            [&listed] { std::sort(listed.begin(), listed.end(), listedBefore); });
+    }
     for (const EntryPointer &entry : entries) {
         const QString &uuid = entry->item.uuid();
         EntryPointer previous = m_entries.value(uuid);
@@ -183,9 +194,7 @@ void Inventory::put(const QList<EntryPointer> &entries)
         if (entry->listed()) {
             if (!entry->domain.isEmpty())
                 m_byDomain[entry->domain].append(entry.get());
-            if (bulk)
-                listed.push_back(entry.get());
-            else
+            if (!bulk)
                 m_order.insert(
                     std::upper_bound(m_order.begin(), m_order.end(), entry.get(), listedBefore),
                     entry.get());
@@ -200,10 +209,10 @@ void Inventory::put(const QList<EntryPointer> &entries)
     }
     if (bulk) {
         // One sort of the batch and one merge, rather than an insertion per item.
+        sorted.get();
         const auto wasReplaced = [&](const Entry *entry) { return replaced.contains(entry); };
         std::erase_if(m_order, wasReplaced);
         std::erase_if(listed, wasReplaced); // the same uuid twice in one batch
-        parallelSort(listed, listedBefore, bulkBatch);
         std::vector<const Entry *> merged;
         merged.reserve(m_order.size() + listed.size());
         std::merge(m_order.begin(), m_order.end(), listed.begin(), listed.end(),

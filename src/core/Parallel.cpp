@@ -9,11 +9,15 @@
 
 namespace pexi {
 
+namespace {
+
 qsizetype rangeCount(qsizetype count, qsizetype minimumPerRange)
 {
     return std::clamp<qsizetype>(count / std::max<qsizetype>(minimumPerRange, 1), 1,
                                  QThread::idealThreadCount());
 }
+
+} // namespace
 
 void forEachRange(qsizetype count, qsizetype minimumPerRange,
                   const std::function<void(qsizetype begin, qsizetype end)> &body)
