@@ -176,9 +176,10 @@ std::unique_ptr<VaultFile> VaultFile::open(const QString &path)
         throw VaultError(QStringLiteral("There is no vault at %1.").arg(path));
     sqlite3 *db = openConnection(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
     try {
+        // The header first: a file that is no vault must be left exactly as it was.
+        VaultHeader header = readHeader(db, path);
         exec(db, "PRAGMA journal_mode=WAL", path);
         exec(db, "PRAGMA synchronous=FULL", path);
-        VaultHeader header = readHeader(db, path);
         std::unique_ptr<VaultFile> file(new VaultFile(db, path));
         file->m_header = std::move(header);
         return file;

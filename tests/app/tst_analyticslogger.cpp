@@ -129,7 +129,6 @@ private slots:
         QTest::newRow("200") << true << 200
                              << "AppLaunch_Mac, Mac_PasswordCaptured, user properties";
         QTest::newRow("201") << true << 201 << "Mac_PasswordCaptured, user properties";
-        QTest::newRow("204") << true << 204 << "Mac_PasswordCaptured, user properties";
         QTest::newRow("dropped") << true << 0 << "Mac_PasswordCaptured, user properties";
         QTest::newRow("no account") << false << 200 << "Mac_PasswordCaptured";
     }

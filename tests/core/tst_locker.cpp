@@ -5,7 +5,6 @@
 #include "core/VaultOpener.h"
 #include "core/VaultSession.h"
 
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
@@ -47,20 +46,6 @@ private Q_SLOTS:
         QCOMPARE(v.unlock(secret), opens);
         QCOMPARE(v.locker.lockState(), opens ? LockState::unlocked : LockState::locked);
         QCOMPARE(v.locker.runWithInventory([](Inventory &) {}), opens);
-    }
-
-    void lockForgetsEverything()
-    {
-        TemporaryVault v;
-        QVERIFY(v.unlock());
-        v.locker.lock();
-        QCOMPARE(v.locker.lockState(), LockState::locked);
-        bool ran = false;
-        QVERIFY(!v.locker.runWithInventory([&](Inventory &) { ran = true; }));
-        QVERIFY(!ran);
-        // The secret went with the lock: unlocking again needs the pictures again.
-        QVERIFY(!v.locker.unlock());
-        QVERIFY(v.unlock());
     }
 
     // The slow half runs on a worker thread and touches nothing shared; the quick half, back on
@@ -115,7 +100,7 @@ private Q_SLOTS:
         }
     }
 
-    void notifications()
+    void lockAndNotifications()
     {
         TemporaryVault v;
         QStringList fromLocker;
@@ -136,6 +121,10 @@ private Q_SLOTS:
         QVERIFY(v.unlock()); // already open: no second notification
         v.locker.lock();
         v.locker.lock(); // already locked: none either
+        bool ran = false;
+        QVERIFY(!v.locker.runWithInventory([&](Inventory &) { ran = true; }));
+        QVERIFY(!ran);
+        QVERIFY(!v.locker.unlock()); // the secret went with the lock
         QCOMPARE(fromLocker,
                  (QStringList{Locker::PexiUnlockedNotification, Locker::PexiLockedNotification}));
         QCOMPARE(fromAnyone, QStringList{Locker::PexiLockedNotification});
@@ -161,9 +150,9 @@ private Q_SLOTS:
         delete poster;
     }
 
-    // Another process adds an item while the vault is open here: the file watch notices, the
-    // open inventory picks it up and its listeners hear of it.
-    void syncPicksUpOtherProcessWrites()
+    // Another opener adds an item while the vault is open here: the file watch notices, the open
+    // inventory picks it up and its listeners hear of it.
+    void syncPicksUpOtherWrites()
     {
         TemporaryVault v;
         QVERIFY(v.unlock());
@@ -181,63 +170,24 @@ private Q_SLOTS:
         sync.checkNow();
         QCOMPARE(updated, 0); // our own write is not news to sync
 
-        QProcess tool;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("XDG_CONFIG_HOME", v.dir.path() + "/unused");
-        environment.insert("PEXI_RECALL", recallLetters(v));
-        tool.setProcessEnvironment(environment);
-        tool.start(PEXI_BIN_DIR "/pexi-vault",
-                   {"--data-dir", v.vault.dataDirectory(), "add", "--title", "From CLI"});
-        QVERIFY(tool.waitForStarted());
-        tool.write("typed\n");
-        tool.closeWriteChannel();
-        QVERIFY(tool.waitForFinished(30000));
-        QCOMPARE(tool.exitCode(), 1); // no device key in its config: refused, nothing written
-        sync.checkNow();
-        QCOMPARE(updated, 0);
-
-        environment.insert("XDG_CONFIG_HOME", v.dir.path() + "/config");
-        QDir().mkpath(v.dir.path() + "/config/pexi");
-        QVERIFY(QFile::link(v.dir.path() + "/keys", v.dir.path() + "/config/pexi/device-keys"));
-        tool.setProcessEnvironment(environment);
-        tool.start(PEXI_BIN_DIR "/pexi-vault",
-                   {"--data-dir", v.vault.dataDirectory(), "add", "--title", "From CLI"});
-        tool.write("typed\n");
-        tool.closeWriteChannel();
-        QVERIFY(tool.waitForFinished(30000));
-        QCOMPARE(tool.exitCode(), 0);
+        TemporaryVault elsewhere(false, &v);
+        QVERIFY(elsewhere.unlock());
+        elsewhere.locker.runWithInventory([](Inventory &inventory) {
+            inventory.upsert(InventoryItem("From elsewhere", {}, "e"));
+        });
         QTRY_COMPARE_WITH_TIMEOUT(updated, 1, 10000);
         QCOMPARE(storeChanged, 0);
         QCOMPARE(changes.size(), 2);
         QCOMPARE(changes.last().first().value<pexi::InventoryChange>().added.size(), 1);
         v.locker.runWithInventory([](Inventory &inventory) {
-            QCOMPARE(inventory.search("from cli").size(), 1);
-            QCOMPARE(inventory.search("from cli").first().password(), QStringLiteral("typed"));
+            QCOMPARE(inventory.search("from elsewhere").value(0).password(), QStringLiteral("e"));
         });
 
         // The vault is made anew underneath (new keys and grids): the store changed.
-        QVERIFY(QFile::remove(v.vault.filePath()));
-        QFile::remove(v.vault.filePath() + "-wal");
-        QFile::remove(v.vault.filePath() + "-shm");
+        for (const QString suffix : {"", "-wal", "-shm"})
+            QFile::remove(v.vault.filePath() + suffix);
         pexi::Vault(v.vault.dataDirectory(), v.keys).create(TemporaryVault::chosen());
         QTRY_COMPARE_WITH_TIMEOUT(storeChanged, 1, 10000);
-    }
-
-private:
-    static QString recallLetters(TemporaryVault &v)
-    {
-        const QList<QStringList> chosen = TemporaryVault::chosen();
-        QStringList groups;
-        const auto grids = pexi::GridLibrary(v.vault).grids();
-        for (int g = 0; g < 3; ++g) {
-            QString group;
-            for (int i = 0; i < 15; ++i) {
-                if (chosen[g].contains(grids[g].pictureName(i)))
-                    group.append(QChar('A' + i));
-            }
-            groups.append(group);
-        }
-        return groups.join(' ');
     }
 };
 

@@ -12,14 +12,16 @@
 #include <memory>
 
 // A real vault in a temporary directory, with its own device-key directory, and the services
-// that open it. Nothing here touches the process-wide singletons.
+// that open it. Nothing here touches the process-wide singletons. Given `sharing`, the services
+// open that one's vault instead, as another process would.
 class TemporaryVault
 {
 public:
-    explicit TemporaryVault(bool create = true)
-        : keys(std::make_shared<pexi::FileDeviceKeyStore>(dir.path() + "/keys")),
-          vault(dir.path() + "/data", keys), account(vault), encryption(vault),
-          locker(vault, account, encryption, center)
+    explicit TemporaryVault(bool create = true, const TemporaryVault *sharing = nullptr)
+        : keys(sharing ? sharing->keys
+                       : std::make_shared<pexi::FileDeviceKeyStore>(dir.path() + "/keys")),
+          vault(sharing ? sharing->vault.dataDirectory() : dir.path() + "/data", keys),
+          account(vault), encryption(vault), locker(vault, account, encryption, center)
     {
         if (create)
             vault.create(chosen());
