@@ -37,9 +37,10 @@ public:
 
     // Port 4000, or $PEXI_EXTENSION_PORT (for tests).
     static ExtensionServer &instance();
+    // Connections are taken from processes of this user only, as `owners` tells.
     ExtensionServer(quint16 port, Locker &locker, BrowserController &browsers,
                     NotificationCenter &center = NotificationCenter::defaultCenter(),
-                    QObject *parent = nullptr);
+                    const SocketOwners &owners = SocketOwners::system(), QObject *parent = nullptr);
     ~ExtensionServer() override;
 
     // Listens on 127.0.0.1 and starts the lock-state pushes. False when it cannot listen.
