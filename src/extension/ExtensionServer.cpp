@@ -64,19 +64,6 @@ EventFactory incomingEvent(Command command)
     return nullptr;
 }
 
-// Web pages may open sockets to 127.0.0.1 too, and say where they come from; so do extensions.
-// Taken: no origin (a native client), or one extension's own. Anything else, whatever a browser
-// may come up with next, is turned down.
-bool isAllowedOrigin(const std::optional<QString> &origin)
-{
-    if (!origin || origin->isEmpty())
-        return true;
-    static const QRegularExpression extension(
-        QStringLiteral("^(chrome-extension|moz-extension|safari-web-extension)://[A-Za-z0-9._-]+$"),
-        QRegularExpression::CaseInsensitiveOption);
-    return extension.match(*origin).hasMatch();
-}
-
 quint16 portFromEnvironment()
 {
     bool ok = false;
@@ -159,6 +146,17 @@ void ExtensionServer::registerHandler(Command command, Handler handler)
 void ExtensionServer::pushLockState()
 {
     broadcast(LockStateEvent(std::nullopt, false).toJson([this] { return m_locker.lockState(); }));
+}
+
+bool ExtensionServer::isAllowedOrigin(const std::optional<QString> &origin)
+{
+    if (!origin || origin->isEmpty())
+        return true;
+    static const QRegularExpression extension(
+        QRegularExpression::anchoredPattern(QStringLiteral(
+            "(chrome-extension|moz-extension|safari-web-extension)://[A-Za-z0-9._-]+")),
+        QRegularExpression::CaseInsensitiveOption);
+    return extension.match(*origin).hasMatch();
 }
 
 int ExtensionServer::admit(const WebSocketHandshake::Request &request)

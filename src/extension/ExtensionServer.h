@@ -54,6 +54,11 @@ public:
 
     const QList<WebSocket *> &openWebSockets() const { return m_openWebSockets; }
 
+    // Web pages may open sockets to 127.0.0.1 too, and say where they come from; so do
+    // extensions. Taken: no origin (a native client), or one extension's own. Anything else,
+    // whatever a browser may come up with next, is turned down.
+    static bool isAllowedOrigin(const std::optional<QString> &origin);
+
     // One text message, UTF-8, as received on `socket`; public so the fuzzer can drive it.
     void handleTextMessage(WebSocket *socket, const QByteArray &text);
 

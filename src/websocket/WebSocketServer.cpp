@@ -16,6 +16,9 @@ WebSocketServer::WebSocketServer(qint64 maxMessageBytes, WebSocket::Admission ad
 
 bool WebSocketServer::listen(const QHostAddress &address, quint16 port)
 {
+    // Room in the kernel's queue for a full table of handshakes and more, so that a burst of
+    // connections is taken at once rather than retried by the clients seconds later.
+    m_listener.setListenBacklogSize(2 * MaxHandshakes);
     return m_listener.listen(address, port);
 }
 

@@ -46,6 +46,7 @@ public:
     // Where turned-away connections are logged, by this server and by its admission.
     RefusalLog &refusals() { return m_refusals; }
     const MemoryBudget &budget() const { return *m_budget; }
+    int handshakesUnderWay() const { return int(m_handshaking.size()); }
 
 signals:
     void newConnection(WebSocket *socket);
