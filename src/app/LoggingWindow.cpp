@@ -1,6 +1,5 @@
 #include "app/LoggingWindow.h"
 
-#include "core/InventoryItem.h"
 #include "core/Log.h"
 
 namespace pexi {
