@@ -65,12 +65,6 @@ void WebSocket::limitHandshakeTime(int ms)
         m_deadline.start(ms);
 }
 
-void WebSocket::abandonHandshake()
-{
-    if (m_state == State::handshaking)
-        finish();
-}
-
 void WebSocket::onReadable()
 {
     char chunk[64 * 1024];

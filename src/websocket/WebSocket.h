@@ -54,8 +54,9 @@ public:
 
     // Gives the opening handshake at most `ms` more milliseconds.
     void limitHandshakeTime(int ms);
-    // Drops a connection still in its handshake, without an answer.
-    void abandonHandshake();
+    // Drops the connection at once, without a word (a handshake without an answer, a refusal
+    // not yet sent).
+    void abort() { finish(); }
 
     // How the connection ended, once `disconnected` was emitted. Clean when a close frame went
     // one way or the other; otherwise the code is 1006. A failure has an error string.

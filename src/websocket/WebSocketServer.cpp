@@ -48,7 +48,7 @@ void WebSocketServer::accept(qintptr descriptor)
         return;
     }
     if (m_handshaking.size() >= MaxHandshakes)
-        m_handshaking.first()->abandonHandshake(); // leaves the list at once
+        m_handshaking.first()->abort(); // leaves the list at once
     auto *socket = new WebSocket(descriptor, m_maxMessageBytes, m_admission, m_budget, this);
     m_handshaking.append(socket);
     if (m_handshaking.size() > MaxHandshakes / 2) {
