@@ -1,6 +1,5 @@
 #include "app/LoggingWindow.h"
 
-#include "core/InventoryItem.h"
 #include "core/Log.h"
 
 namespace pexi {
@@ -19,10 +18,10 @@ void LoggingWindow::showAt(QPointF point)
     logLine(QStringLiteral("floating window opens at %1").arg(pointText(point)));
 }
 
-void LoggingWindow::showAt(QPointF point, const InventoryItem &item)
+void LoggingWindow::showAt(QPointF point, const InventoryItem &)
 {
-    logLine(QStringLiteral("floating window opens at %1 with \"%2\"")
-                .arg(pointText(point), item.title()));
+    // Not the item's title: what the vault holds stays out of the log.
+    logLine(QStringLiteral("floating window opens at %1 for an item").arg(pointText(point)));
 }
 
 } // namespace pexi

@@ -4,6 +4,7 @@
 #include <QMutex>
 #include <QMutexLocker>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace pexi {
@@ -21,6 +22,22 @@ void logLine(const QString &line)
     QMutexLocker locker(&mutex);
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
     std::fflush(stdout);
+}
+
+QString loggable(QStringView text)
+{
+    const QStringView kept = text.first(std::min(text.size(), maxLoggedText));
+    QString out;
+    out.reserve(kept.size() + 3);
+    for (const QChar c : kept) {
+        if (c.category() == QChar::Other_Control)
+            out += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            out += c;
+    }
+    if (kept.size() < text.size())
+        out += QLatin1String("...");
+    return out;
 }
 
 } // namespace pexi

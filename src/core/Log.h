@@ -9,4 +9,10 @@ namespace pexi {
 // `line` become blanks: one call is always one line.
 void logLine(const QString &line);
 
+// Text a client chose (an origin, a command name, a close reason), made fit for a log line: cut
+// to `maxLoggedText` characters, marked "..." when cut, with control characters written as \xNN
+// so that a client can neither drive the terminal nor forge lines.
+constexpr qsizetype maxLoggedText = 200;
+QString loggable(QStringView text);
+
 } // namespace pexi

@@ -16,7 +16,7 @@
 #include "extension/StoreEvent.h"
 #include "websocket/WebSocketFrameReader.h"
 
-#include <QUrl>
+#include <QRegularExpression>
 
 #include <simdjson.h>
 
@@ -64,16 +64,6 @@ EventFactory incomingEvent(Command command)
     return nullptr;
 }
 
-// Web pages may open sockets to 127.0.0.1 too; extensions never send a web origin.
-bool isWebPageOrigin(const QString &origin)
-{
-    if (origin == QLatin1String("null"))
-        return true;
-    const QString scheme = QUrl(origin).scheme().toLower();
-    return scheme == QLatin1String("http") || scheme == QLatin1String("https") ||
-           scheme == QLatin1String("file");
-}
-
 quint16 portFromEnvironment()
 {
     bool ok = false;
@@ -91,9 +81,11 @@ ExtensionServer &ExtensionServer::instance()
 }
 
 ExtensionServer::ExtensionServer(quint16 port, Locker &locker, BrowserController &browsers,
-                                 NotificationCenter &center, QObject *parent)
+                                 NotificationCenter &center, const SocketOwners &owners,
+                                 QObject *parent)
     : QObject(parent), m_port(port),
-      m_server(MaxMessageBytes, [this](const auto &request) { return admit(request); }),
+      m_server(
+          MaxMessageBytes, [this](const auto &request) { return admit(request); }, owners),
       m_reader(std::make_unique<JsonReader>()), m_locker(locker), m_browsers(browsers),
       m_center(center)
 {
@@ -156,14 +148,27 @@ void ExtensionServer::pushLockState()
     broadcast(LockStateEvent(std::nullopt, false).toJson([this] { return m_locker.lockState(); }));
 }
 
+bool ExtensionServer::isAllowedOrigin(const std::optional<QString> &origin)
+{
+    if (!origin || origin->isEmpty())
+        return true;
+    static const QRegularExpression extension(
+        QRegularExpression::anchoredPattern(QStringLiteral(
+            "(chrome-extension|moz-extension|safari-web-extension)://[A-Za-z0-9._-]+")),
+        QRegularExpression::CaseInsensitiveOption);
+    return extension.match(*origin).hasMatch();
+}
+
 int ExtensionServer::admit(const WebSocketHandshake::Request &request)
 {
-    if (request.origin && isWebPageOrigin(*request.origin)) {
-        logLine(QStringLiteral("refused connection from origin '%1'").arg(*request.origin));
+    if (!isAllowedOrigin(request.origin)) {
+        m_server.refusals().log(
+            QStringLiteral("refused connection from origin '%1'").arg(loggable(*request.origin)));
         return 403;
     }
     if (m_openWebSockets.size() >= MaxOpenSockets) {
-        logLine(QStringLiteral("refused connection: %1 sockets already open").arg(MaxOpenSockets));
+        m_server.refusals().log(
+            QStringLiteral("refused connection: %1 sockets already open").arg(MaxOpenSockets));
         return 503;
     }
     return 0;
@@ -192,7 +197,7 @@ void ExtensionServer::onDisconnected(WebSocket *socket)
         // just dropped reports 1006, as browsers do.
         logLine(QStringLiteral("websocket closed with code %1, reason: '%2', clean: %3")
                     .arg(socket->closeCode())
-                    .arg(socket->closeReason(),
+                    .arg(loggable(socket->closeReason()),
                          socket->wasClean() ? QStringLiteral("true") : QStringLiteral("false")));
     }
     socket->deleteLater();
@@ -221,7 +226,8 @@ void ExtensionServer::handleTextMessage(WebSocket *socket, const QByteArray &tex
     const std::optional<Command> known = commandFromRaw(raw);
     const EventFactory factory = known ? incomingEvent(*known) : nullptr;
     if (!factory) {
-        logLine(QStringLiteral("message had unrecognized command '%1'").arg(raw.toString()));
+        logLine(
+            QStringLiteral("message had unrecognized command '%1'").arg(loggable(raw.toString())));
         return;
     }
     std::unique_ptr<MiniAppEvent> event;
@@ -229,7 +235,7 @@ void ExtensionServer::handleTextMessage(WebSocket *socket, const QByteArray &tex
         event = factory(dictionary);
     } catch (const ExtensionError &failure) {
         logLine(QStringLiteral("error processing incoming message: '%1'")
-                    .arg(QString::fromUtf8(failure.what())));
+                    .arg(loggable(QString::fromUtf8(failure.what()))));
         return;
     }
     // Handlers may register others or close the socket; iterate over a copy.

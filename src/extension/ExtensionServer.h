@@ -37,9 +37,10 @@ public:
 
     // Port 4000, or $PEXI_EXTENSION_PORT (for tests).
     static ExtensionServer &instance();
+    // Connections are taken from processes of this user only, as `owners` tells.
     ExtensionServer(quint16 port, Locker &locker, BrowserController &browsers,
                     NotificationCenter &center = NotificationCenter::defaultCenter(),
-                    QObject *parent = nullptr);
+                    const SocketOwners &owners = SocketOwners::system(), QObject *parent = nullptr);
     ~ExtensionServer() override;
 
     // Listens on 127.0.0.1 and starts the lock-state pushes. False when it cannot listen.
@@ -52,6 +53,11 @@ public:
     void registerHandler(Command command, Handler handler);
 
     const QList<WebSocket *> &openWebSockets() const { return m_openWebSockets; }
+
+    // Web pages may open sockets to 127.0.0.1 too, and say where they come from; so do
+    // extensions. Taken: no origin (a native client), or one extension's own. Anything else,
+    // whatever a browser may come up with next, is turned down.
+    static bool isAllowedOrigin(const std::optional<QString> &origin);
 
     // One text message, UTF-8, as received on `socket`; public so the fuzzer can drive it.
     void handleTextMessage(WebSocket *socket, const QByteArray &text);

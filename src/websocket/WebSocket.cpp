@@ -16,8 +16,9 @@ namespace pexi {
 using namespace WebSocketProtocol;
 
 WebSocket::WebSocket(qintptr descriptor, qint64 maxMessageBytes, Admission admission,
-                     QObject *parent)
+                     std::shared_ptr<MemoryBudget> budget, QObject *parent)
     : QObject(parent), m_descriptor(int(descriptor)), m_admission(std::move(admission)),
+      m_budget(std::move(budget)),
       m_readNotifier(new QSocketNotifier(descriptor, QSocketNotifier::Read, this)),
       m_reader(maxMessageBytes)
 {
@@ -39,6 +40,8 @@ WebSocket::~WebSocket()
             m_writeNotifier->setEnabled(false);
         ::close(m_descriptor);
     }
+    if (m_budget)
+        m_budget->change(-m_charged);
 }
 
 void WebSocket::sendTextMessage(const QString &text)
@@ -51,6 +54,15 @@ void WebSocket::sendTextMessage(const QString &text)
     m_encoded.resize(end - m_encoded.constData());
     appendFrame(m_output, Opcode::text, m_encoded);
     flushUnlessDelivering();
+    // Answers given while a message is delivered are counted once it is done.
+    if (!m_delivering)
+        account();
+}
+
+void WebSocket::limitHandshakeTime(int ms)
+{
+    if (m_state == State::handshaking && m_deadline.remainingTime() > ms)
+        m_deadline.start(ms);
 }
 
 void WebSocket::onReadable()
@@ -65,6 +77,7 @@ void WebSocket::onReadable()
                 m_reader.append(QByteArrayView(chunk, count));
                 deliver();
             }
+            account();
             // A short read emptied the socket; the notifier says when there is more.
             if (size_t(count) < sizeof chunk)
                 return;
@@ -88,16 +101,20 @@ void WebSocket::onTimeout()
 void WebSocket::handshake(const QByteArray &bytes)
 {
     m_request.append(bytes);
+    // Everything received before the answer counts, data sent behind the request included.
+    if (m_request.size() > WebSocketHandshake::maxRequestBytes) {
+        refuseHandshake(WebSocketHandshake::refusal(431));
+        return;
+    }
     const WebSocketHandshake::Parsed parsed = WebSocketHandshake::parse(m_request);
     if (parsed.status == WebSocketHandshake::Parsed::Status::incomplete)
         return;
-    const int refusal = parsed.status == WebSocketHandshake::Parsed::Status::accepted
-                            ? m_admission(parsed.request)
-                            : 0;
-    if (parsed.status == WebSocketHandshake::Parsed::Status::malformed || refusal != 0) {
-        m_state = State::closing; // lets the answer out
-        queue(refusal ? WebSocketHandshake::refusal(refusal) : parsed.refusal);
-        finishOnceSent();
+    if (parsed.status == WebSocketHandshake::Parsed::Status::malformed) {
+        refuseHandshake(parsed.refusal);
+        return;
+    }
+    if (const int refusal = m_admission(parsed.request)) {
+        refuseHandshake(WebSocketHandshake::refusal(refusal));
         return;
     }
     m_state = State::open;
@@ -110,6 +127,40 @@ void WebSocket::handshake(const QByteArray &bytes)
         m_reader.append(early);
         deliver();
     }
+}
+
+void WebSocket::refuseHandshake(const QByteArray &answer)
+{
+    m_state = State::closing; // lets the answer out
+    m_request = QByteArray();
+    queue(answer);
+    finishOnceSent();
+}
+
+void WebSocket::account()
+{
+    if (!m_budget || m_state == State::closed)
+        return;
+    const qint64 held = m_request.capacity() + m_reader.bufferedBytes() + m_output.capacity();
+    const qint64 growth = held - m_charged;
+    m_budget->change(growth);
+    m_charged = held;
+    if (growth <= 0 || !m_budget->exceeded() || m_finishWhenSent)
+        return;
+    // This connection is the one that went over: it goes, the others stay.
+    if (m_state == State::handshaking) {
+        refuseHandshake(WebSocketHandshake::refusal(503));
+    } else {
+        m_reader.stop(CloseCode::policyViolated);
+        if (m_state == State::open) {
+            m_clean = true;
+            m_closeCode = quint16(CloseCode::policyViolated);
+            m_state = State::closing;
+            queue(closeFrame(CloseCode::policyViolated));
+        }
+        finishOnceSent();
+    }
+    account();
 }
 
 void WebSocket::deliver()
@@ -225,12 +276,14 @@ void WebSocket::flush()
         }
     }
     if (m_state != State::closed && m_written == m_output.size()) {
-        m_output.resize(0); // keeps the capacity for the next answer
+        drain(m_output);
         m_written = 0;
         if (m_writeNotifier)
             m_writeNotifier->setEnabled(false);
         if (m_finishWhenSent)
             finish();
+        else
+            account(); // the output may have given its capacity back
     }
 }
 
@@ -246,6 +299,12 @@ void WebSocket::finish()
     ::close(m_descriptor);
     m_output.clear();
     m_written = 0;
+    m_request = QByteArray();
+    m_reader.stop(CloseCode::abnormalDisconnection);
+    if (m_budget) {
+        m_budget->change(-m_charged);
+        m_charged = 0;
+    }
     emit disconnected();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "websocket/MemoryBudget.h"
 #include "websocket/WebSocketFrameReader.h"
 #include "websocket/WebSocketHandshake.h"
 #include "websocket/WebSocketProtocol.h"
@@ -11,6 +12,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <memory>
 
 class QSocketNotifier;
 
@@ -39,15 +41,22 @@ public:
     // A client that stops reading is cut off once this much waits to be sent to it.
     static constexpr qsizetype MaxPendingOutputBytes = 4 * 1024 * 1024;
 
-    // Takes over a connected TCP socket.
+    // Takes over a connected TCP socket. What its buffers hold is charged to `budget`, when given:
+    // a connection that takes it over the limit is closed (1008), or its handshake refused (503).
     WebSocket(qintptr descriptor, qint64 maxMessageBytes, Admission admission,
-              QObject *parent = nullptr);
+              std::shared_ptr<MemoryBudget> budget = nullptr, QObject *parent = nullptr);
     // Closes the TCP socket without a word and without signals.
     ~WebSocket() override;
 
     State state() const { return m_state; }
 
     void sendTextMessage(const QString &text);
+
+    // Gives the opening handshake at most `ms` more milliseconds.
+    void limitHandshakeTime(int ms);
+    // Drops the connection at once, without a word (a handshake without an answer, a refusal
+    // not yet sent).
+    void abort() { finish(); }
 
     // How the connection ended, once `disconnected` was emitted. Clean when a close frame went
     // one way or the other; otherwise the code is 1006. A failure has an error string.
@@ -67,6 +76,10 @@ private:
     void onReadable();
     void onTimeout();
     void handshake(const QByteArray &bytes);
+    void refuseHandshake(const QByteArray &answer);
+    // Brings the budget up to date with what the buffers hold now; ends a connection that
+    // overdraws it.
+    void account();
     void deliver();
     void receiveClose(const QByteArray &payload);
     void startClosing(WebSocketProtocol::CloseCode code);
@@ -82,6 +95,8 @@ private:
     int m_descriptor;
     State m_state = State::handshaking;
     Admission m_admission;
+    std::shared_ptr<MemoryBudget> m_budget;
+    qint64 m_charged = 0; // what this connection counts for in the budget
     QSocketNotifier *m_readNotifier;
     QSocketNotifier *m_writeNotifier = nullptr; // made when the kernel first pushes back
     QTimer m_deadline;

@@ -93,18 +93,23 @@ void WebSocketFrameReader::append(QByteArrayView bytes)
         m_buffer.append(bytes);
 }
 
-std::optional<WebSocketFrameReader::Message> WebSocketFrameReader::fail(CloseCode code)
+void WebSocketFrameReader::stop(CloseCode code)
 {
     m_violation = code;
     m_buffer.clear();
     m_fragments.clear();
+}
+
+std::optional<WebSocketFrameReader::Message> WebSocketFrameReader::fail(CloseCode code)
+{
+    stop(code);
     return std::nullopt;
 }
 
 void WebSocketFrameReader::forgetIfAllConsumed()
 {
     if (m_consumed == m_buffer.size()) {
-        m_buffer.resize(0); // keeps the capacity for the next read
+        drain(m_buffer);
         m_consumed = 0;
     }
 }
@@ -185,6 +190,8 @@ std::optional<WebSocketFrameReader::Message> WebSocketFrameReader::next()
     if (!m_violation && m_consumed > 0) {
         m_buffer.remove(0, m_consumed);
         m_consumed = 0;
+        if (m_buffer.capacity() > keptBufferCapacity && m_buffer.capacity() > 2 * m_buffer.size())
+            m_buffer.squeeze();
     }
     return std::nullopt;
 }

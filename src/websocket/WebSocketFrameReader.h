@@ -33,6 +33,10 @@ public:
     // The next whole message, or nothing until more bytes arrive or after a breach.
     std::optional<Message> next();
     std::optional<WebSocketProtocol::CloseCode> violation() const { return m_violation; }
+    // Bytes allocated for what has not made a whole message yet.
+    qint64 bufferedBytes() const { return m_buffer.capacity() + m_fragments.capacity(); }
+    // Drops what is buffered and reads nothing more, as after a breach answered with `code`.
+    void stop(WebSocketProtocol::CloseCode code);
 
 private:
     std::optional<Message> fail(WebSocketProtocol::CloseCode code);

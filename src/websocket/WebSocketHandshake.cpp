@@ -36,11 +36,10 @@ bool hasToken(const QByteArray &value, QByteArrayView token)
 Parsed parse(QByteArrayView bytes)
 {
     const qsizetype end = bytes.indexOf(QByteArrayView("\r\n\r\n"));
-    if (end < 0) {
-        if (bytes.size() > maxRequestBytes)
-            return malformed(response(431, "Request Header Fields Too Large"));
+    if (end + 4 > maxRequestBytes || (end < 0 && bytes.size() > maxRequestBytes))
+        return malformed(refusal(431));
+    if (end < 0)
         return {};
-    }
     const QList<QByteArray> lines = bytes.first(end).toByteArray().split('\n');
     const QList<QByteArray> requestLine = lines.first().trimmed().split(' ');
     if (requestLine.size() != 3 || requestLine.at(0) != "GET" ||
@@ -53,7 +52,8 @@ Parsed parse(QByteArrayView bytes)
     for (qsizetype i = 1; i < lines.size(); ++i) {
         const QByteArray &line = lines.at(i);
         const qsizetype colon = line.indexOf(':');
-        if (colon <= 0)
+        // A line that starts with a blank would continue the one before (obsolete folding).
+        if (colon <= 0 || line.startsWith(' ') || line.startsWith('\t'))
             return malformed(response(400, "Bad Request"));
         const QByteArray name = line.first(colon).trimmed().toLower();
         const QByteArray value = line.sliced(colon + 1).trimmed();
@@ -68,6 +68,8 @@ Parsed parse(QByteArrayView bytes)
             join(version);
         else if (name == "sec-websocket-key")
             join(key);
+        else if (name == "origin" && origin)
+            return malformed(response(400, "Bad Request")); // which one would be true?
         else if (name == "origin")
             origin = value;
     }
@@ -102,7 +104,14 @@ QByteArray acceptance(const Request &request)
 
 QByteArray refusal(int status)
 {
-    return status == 503 ? response(503, "Service Unavailable") : response(403, "Forbidden");
+    switch (status) {
+    case 431:
+        return response(431, "Request Header Fields Too Large");
+    case 503:
+        return response(503, "Service Unavailable");
+    default:
+        return response(403, "Forbidden");
+    }
 }
 
 } // namespace pexi::WebSocketHandshake

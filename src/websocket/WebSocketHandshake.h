@@ -11,7 +11,7 @@ namespace pexi {
 // answer. Pure functions over bytes.
 namespace WebSocketHandshake {
 
-// Requests that grow past this without ending are refused.
+// Requests longer than this are refused, as is as much received before a request ends.
 constexpr qsizetype maxRequestBytes = 16 * 1024;
 
 struct Request
@@ -34,7 +34,8 @@ Parsed parse(QByteArrayView bytes);
 
 // 101 Switching Protocols for a request the server takes.
 QByteArray acceptance(const Request &request);
-// A request the server turns down after reading it: 403 Forbidden or 503 Service Unavailable.
+// A request the server turns down: 403 Forbidden, 431 Request Header Fields Too Large or 503
+// Service Unavailable.
 QByteArray refusal(int status);
 
 } // namespace WebSocketHandshake

@@ -52,6 +52,14 @@ QByteArray frame(Opcode opcode, QByteArrayView payload)
     return out;
 }
 
+void drain(QByteArray &buffer)
+{
+    if (buffer.capacity() > keptBufferCapacity)
+        buffer = QByteArray();
+    else
+        buffer.resize(0);
+}
+
 QByteArray closeFrame(CloseCode code)
 {
     const char payload[2] = {char(quint16(code) >> 8), char(quint16(code) & 0xff)};

@@ -46,4 +46,10 @@ void appendFrame(QByteArray &out, Opcode opcode, QByteArrayView payload);
 // A close frame with its code and no reason.
 QByteArray closeFrame(CloseCode code);
 
+// Buffers keep an allocation up to this size from one message to the next; larger ones are
+// given back once drained, so that idle connections hold little.
+constexpr qsizetype keptBufferCapacity = 64 * 1024;
+// Empties `buffer`, keeping its allocation only when it is small.
+void drain(QByteArray &buffer);
+
 } // namespace pexi::WebSocketProtocol

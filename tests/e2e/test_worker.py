@@ -205,6 +205,37 @@ class WorkerProtocolTest(unittest.TestCase):
                 run(scenario(data))
                 self.assertLogged(expected, since)
 
+    def test_another_users_process_is_refused(self):
+        """A process of another user gets not a byte, however it asks."""
+        if os.geteuid() != 0:
+            self.skipTest("switching to another user needs root")
+        nobody = 65534
+        since = self.worker.mark()
+        readable, writable = os.pipe()
+        child = os.fork()
+        if child == 0:
+            received = b"!"
+            try:
+                os.close(readable)
+                os.setgid(nobody)
+                os.setuid(nobody)
+                with socket.create_connection(("127.0.0.1", self.worker.port), timeout=5) as s:
+                    s.sendall(b"GET / HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\n"
+                              b"Connection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
+                              b"Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n")
+                    received = s.recv(4096)
+            except OSError:
+                received = b""  # reset: nothing was received either
+            finally:
+                os.write(writable, received[:100] or b"nothing")
+                os._exit(0)
+        os.close(writable)
+        with os.fdopen(readable, "rb") as pipe:
+            received = pipe.read()
+        os.waitpid(child, 0)
+        self.assertEqual(received, b"nothing")
+        self.assertLogged("refused connection from another user (uid %d)" % nobody, since)
+
     def test_still_answers_after_random_frames(self):
         rng = random.Random(20240501)
         tokens = ['{', '}', '[', ']', ',', ':', '"data"', '"command"', '"session"', '"site"',

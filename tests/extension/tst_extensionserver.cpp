@@ -153,6 +153,9 @@ private slots:
         // Without a command nobody is told who sent the frame.
         frameRow("no command", envelope("chrome", "9", "{}"), noCommand);
         frameRow("unknown command", wrap(R"({"command":"fly"})"), unrecognized("fly"));
+        frameRow("unknown command that drives a terminal",
+                 wrap("{\"command\":\"\\u001b[2J" + QByteArray(300, 'x') + "\"}"),
+                 unrecognized(("\\x1b[2J" + QByteArray(196, 'x') + "...").constData()));
         // Commands match exactly.
         frameRow("command in capitals", wrap(R"({"command":"PEXI_LOCK_CHECK"})"),
                  unrecognized("PEXI_LOCK_CHECK"));
@@ -305,6 +308,41 @@ private slots:
         for (const auto &client : clients)
             QCOMPARE(client->settle(1), QStringList{"push"});
         waitOpen(3);
+    }
+
+    void onlyExtensionOriginsAreAllowed_data()
+    {
+        QTest::addColumn<std::optional<QString>>("origin");
+        QTest::addColumn<bool>("allowed");
+        const auto row = [](const char *name, std::optional<QString> origin, bool allowed) {
+            QTest::newRow(name) << origin << allowed;
+        };
+        row("none", std::nullopt, true);
+        row("empty", QString(), true);
+        row("chrome", "chrome-extension://aaaabbbbccccddddeeeeffffgggghhhh", true);
+        row("firefox", "moz-extension://0f0e0d0c-0000-4000-8000-000000000001", true);
+        row("safari", "safari-web-extension://3C9A-7B1D", true);
+        row("scheme in capitals", "Chrome-Extension://abc", true);
+        row("web page in capitals", "HTTPS://evil.example", false);
+        row("null", "null", false);
+        row("null in capitals", "NULL", false);
+        row("quoted null", "\"null\"", false);
+        row("websocket", "ws://127.0.0.1:4000", false);
+        row("blob", "blob:https://evil.example/0f0e", false);
+        row("data", "data:text/html,x", false);
+        row("about", "about:blank", false);
+        row("bare host", "evil.example", false);
+        row("extension scheme without host", "chrome-extension://", false);
+        row("list", "chrome-extension://abc https://evil.example", false);
+        row("comma list", "chrome-extension://abc,https://evil.example", false);
+        row("extension with a path", "chrome-extension://abc/page.html", false);
+        row("lookalike scheme", "chrome-extension-evil://abc", false);
+    }
+    void onlyExtensionOriginsAreAllowed()
+    {
+        QFETCH(std::optional<QString>, origin);
+        QFETCH(bool, allowed);
+        QCOMPARE(ExtensionServer::isAllowedOrigin(origin), allowed);
     }
 
     void originsAreCheckedAtTheHandshake_data()

@@ -1,9 +1,15 @@
 #include "support/WebSocketPair.h"
 
+#include "support/StandardOutputCapture.h"
 #include "websocket/WebSocketFrameReader.h"
 #include "websocket/WebSocketHandshake.h"
+#include "websocket/WebSocketServer.h"
 
+#include <QTcpSocket>
 #include <QTest>
+
+#include <memory>
+#include <vector>
 
 using namespace pexi;
 using namespace pexi::WebSocketProtocol;
@@ -44,6 +50,53 @@ QStringList readAll(const QByteArray &bytes, qsizetype piece)
     if (const auto violation = reader.violation())
         out << "!" + QString::number(int(*violation));
     return out;
+}
+
+// Says every peer belongs to the same user, or to none.
+class FixedOwners : public SocketOwners
+{
+public:
+    explicit FixedOwners(std::optional<uid_t> owner) : m_owner(owner) {}
+    std::optional<uid_t> ownerOfPeer(int) const override { return m_owner; }
+
+private:
+    std::optional<uid_t> m_owner;
+};
+
+// A server on a free loopback port whose open sockets are kept here.
+struct LoopbackServer
+{
+    explicit LoopbackServer(const SocketOwners &owners, qint64 maxMessageBytes = 1024 * 1024)
+        : server(
+              maxMessageBytes, [](const auto &) { return 0; }, owners)
+    {
+        server.listen(QHostAddress::LocalHost, 0);
+        QObject::connect(&server, &WebSocketServer::newConnection,
+                         [this](WebSocket *socket) { open.push_back(socket); });
+    }
+    // A raw client that has sent the upgrade request.
+    std::unique_ptr<QTcpSocket> client(const QByteArray &request = upgradeRequest()) const
+    {
+        auto socket = std::make_unique<QTcpSocket>();
+        socket->connectToHost(QHostAddress::LocalHost, server.serverPort());
+        if (!request.isEmpty())
+            socket->write(request);
+        return socket;
+    }
+
+    WebSocketServer server;
+    std::vector<WebSocket *> open;
+};
+
+// Waits until `socket` has received a whole HTTP answer or was closed; returns what came.
+QByteArray answerTo(QTcpSocket &socket)
+{
+    QByteArray received;
+    WebSocketPair::waitFor([&] {
+        received += socket.readAll();
+        return received.contains("\r\n\r\n") || socket.state() == QAbstractSocket::UnconnectedState;
+    });
+    return received;
 }
 
 } // namespace
@@ -200,6 +253,19 @@ private slots:
             << QByteArray(good).replace("dGhlIHNhbXBsZSBub25jZQ==", "c2hvcnQ=") << "400";
         QTest::newRow("line without colon")
             << QByteArray(good).replace("Host: 127.0.0.1", "Host 127.0.0.1") << "400";
+        QTest::newRow("two origins")
+            << QByteArray(good).replace("Host:", "Origin: chrome-extension://a\r\n"
+                                                 "Origin: chrome-extension://a\r\nHost:")
+            << "400";
+        QTest::newRow("folded line")
+            << QByteArray(good).replace("Host:", "Origin: chrome-extension://a\r\n"
+                                                 " https://evil.example\r\nHost:")
+            << "400";
+        QTest::newRow("ended, but too long")
+            << QByteArray(good).replace(
+                   "Host:",
+                   "X: " + QByteArray(WebSocketHandshake::maxRequestBytes, 'x') + "\r\nHost:")
+            << "431";
     }
     void handshakeRequestsAreReadStrictly()
     {
@@ -337,6 +403,133 @@ private slots:
             pair.server->sendTextMessage(big);
         QVERIFY(pair.disconnected);
         QVERIFY(!pair.server->errorString().isEmpty());
+    }
+    // Everything a client sends before the answer counts towards the request limit, however it
+    // is cut up and whatever follows the request.
+    void theRequestLimitCountsEveryByteBeforeTheAnswer_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("piece");
+        QTest::addColumn<QByteArray>("statusLine");
+        const qsizetype limit = WebSocketHandshake::maxRequestBytes;
+        const QByteArray request = upgradeRequest();
+        const QByteArray padding = "X-Padding: " + QByteArray(limit - request.size() - 13, 'p') +
+                                   "\r\n"; // the request ends at the limit exactly
+        const QByteArray full = upgradeRequest(padding);
+        QTest::newRow("at the limit") << full << 1000 << QByteArray("HTTP/1.1 101 ");
+        QTest::newRow("one past, in one write") << upgradeRequest(padding + "X: y\r\n")
+                                                << int(limit * 2) << QByteArray("HTTP/1.1 431 ");
+        QTest::newRow("one past, in pieces")
+            << upgradeRequest(padding + "X: y\r\n") << 100 << QByteArray("HTTP/1.1 431 ");
+        QTest::newRow("data behind a request at the limit")
+            << full + clientFrame(Opcode::text, "early") << int(limit * 2)
+            << QByteArray("HTTP/1.1 431 ");
+    }
+    void theRequestLimitCountsEveryByteBeforeTheAnswer()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, piece);
+        QFETCH(QByteArray, statusLine);
+        WebSocketPair pair;
+        for (qsizetype at = 0; at < bytes.size() && !pair.disconnected; at += piece) {
+            pair.write(bytes.mid(at, piece));
+            pair.read();
+        }
+        QVERIFY(WebSocketPair::waitFor([&] { return pair.read().contains("\r\n\r\n"); }));
+        QVERIFY2(pair.received.startsWith(statusLine), pair.received.left(40).constData());
+    }
+
+    void onlyPeersOfThisUserGetAnAnswer_data()
+    {
+        QTest::addColumn<std::optional<uid_t>>("owner");
+        QTest::addColumn<QString>("logged"); // empty: taken
+        QTest::newRow("this user") << std::optional<uid_t>(::geteuid()) << QString();
+        QTest::newRow("another user")
+            << std::optional<uid_t>(::geteuid() + 1)
+            << QStringLiteral("refused connection from another user (uid %1)").arg(::geteuid() + 1);
+        QTest::newRow("owner unknown")
+            << std::optional<uid_t>()
+            << QStringLiteral("refused connection: its owner could not be told");
+    }
+    void onlyPeersOfThisUserGetAnAnswer()
+    {
+        QFETCH(std::optional<uid_t>, owner);
+        QFETCH(QString, logged);
+        StandardOutputCapture output;
+        const FixedOwners owners(owner);
+        LoopbackServer loopback(owners);
+        const auto client = loopback.client();
+        const QByteArray answer = answerTo(*client);
+        QCOMPARE(answer.startsWith("HTTP/1.1 101 "), logged.isEmpty());
+        QCOMPARE(loopback.open.size(), logged.isEmpty() ? 1u : 0u);
+        QCOMPARE(output.takeLines(), logged.isEmpty() ? QStringList() : QStringList{logged});
+    }
+
+    // Idle connections holding every handshake slot do not keep a real client out.
+    void aNewClientIsServedWhileTheHandshakeSlotsAreHeld()
+    {
+        LoopbackServer loopback(SocketOwners::system());
+        std::vector<std::unique_ptr<QTcpSocket>> idle;
+        for (int i = 0; i < WebSocketServer::MaxHandshakes; ++i)
+            idle.push_back(loopback.client({}));
+        QVERIFY(WebSocketPair::waitFor(
+            [&] { return loopback.server.handshakesUnderWay() == WebSocketServer::MaxHandshakes; },
+            20000));
+        const auto extension = loopback.client();
+        QByteArray answer;
+        QTRY_VERIFY_WITH_TIMEOUT((answer += extension->readAll()).startsWith("HTTP/1.1 101 "),
+                                 3000);
+        QCOMPARE(loopback.open.size(), 1u);
+    }
+
+    // Many connections, each just within its own limit, cannot together take more than the
+    // budget: the ones that would are closed with 1008, the others and the server go on.
+    void theBuffersOfAllConnectionsShareOneBudget()
+    {
+        constexpr qint64 maxMessage = 4 * 1024 * 1024;
+        const FixedOwners owners(::geteuid());
+        LoopbackServer loopback(owners, maxMessage);
+        const int count = int(2 * WebSocketServer::MaxBufferedBytes / maxMessage);
+        // A message one byte short of the limit, of which all but the last byte is sent.
+        const QByteArray frame =
+            clientFrame(Opcode::binary, QByteArray(maxMessage - 1, 'm')).chopped(1);
+        std::vector<std::unique_ptr<QTcpSocket>> clients;
+        int refused = 0;
+        for (int i = 0; i < count; ++i) {
+            clients.push_back(loopback.client());
+            QVERIFY(answerTo(*clients.back()).startsWith("HTTP/1.1 101 "));
+            WebSocket *socket = loopback.open.back();
+            const qint64 before = loopback.server.budget().used();
+            clients.back()->write(frame);
+            QVERIFY(WebSocketPair::waitFor([&] {
+                return socket->state() != WebSocket::State::open ||
+                       loopback.server.budget().used() - before >= frame.size();
+            }));
+            QVERIFY(loopback.server.budget().used() <= WebSocketServer::MaxBufferedBytes);
+            if (socket->state() != WebSocket::State::open) {
+                QCOMPARE(socket->closeCode(), quint16(CloseCode::policyViolated));
+                ++refused;
+            }
+        }
+        QVERIFY2(refused > 0 && refused < count, QByteArray::number(refused).constData());
+        // Still serving.
+        const auto late = loopback.client();
+        QVERIFY(answerTo(*late).startsWith("HTTP/1.1 101 "));
+    }
+
+    void refusalsAreLoggedTenASecondThenCounted()
+    {
+        StandardOutputCapture output;
+        RefusalLog refusals;
+        for (int i = 0; i < 25; ++i)
+            refusals.log(QStringLiteral("refused %1").arg(i));
+        QStringList expected;
+        for (int i = 0; i < RefusalLog::MaxLinesPerSecond; ++i)
+            expected << QStringLiteral("refused %1").arg(i);
+        QCOMPARE(output.takeLines(), expected);
+        QStringList counted;
+        QVERIFY(WebSocketPair::waitFor([&] { return !(counted += output.takeLines()).isEmpty(); }));
+        QCOMPARE(counted, QStringList{QStringLiteral("15 more refused connections")});
     }
 };
 
