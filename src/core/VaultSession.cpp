@@ -10,12 +10,6 @@
 
 namespace pexi {
 
-VaultSession::VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key)
-    : m_key(std::move(key)), m_file(std::move(file)), m_inventory(*this)
-{
-    m_inventory.load(readItemsSinceLastRevision());
-}
-
 VaultSession::VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key, SealedRows rows)
     : m_key(std::move(key)), m_file(std::move(file)), m_inventory(*this)
 {
@@ -27,11 +21,8 @@ VaultSession::open(std::unique_ptr<VaultFile> file,
                    const std::function<std::optional<SecureBytes>()> &deriveKey)
 {
     VaultFile &reading = *file;
-    std::future<SealedRows> rows = std::async(std::launch::async, [&reading] {
-        SealedRows sealed;
-        sealed.items = reading.readItems(0, &sealed.revision);
-        return sealed;
-    });
+    std::future<SealedRows> rows =
+        std::async(std::launch::async, [&reading] { return readRows(reading, 0); });
     std::optional<SecureBytes> key;
     try {
         key = deriveKey();
@@ -48,16 +39,16 @@ VaultSession::open(std::unique_ptr<VaultFile> file,
 
 VaultSession::~VaultSession() = default;
 
-VaultSession::SealedRows VaultSession::readSealedRows()
+VaultSession::SealedRows VaultSession::readRows(VaultFile &file, qint64 afterRevision)
 {
     SealedRows rows;
-    rows.items = m_file->readItems(m_revision, &rows.revision);
+    rows.items = file.readItems(afterRevision, &rows.revision);
     return rows;
 }
 
 QList<InventoryItem> VaultSession::readItemsSinceLastRevision()
 {
-    return openRows(readSealedRows());
+    return openRows(readRows(*m_file, m_revision));
 }
 
 QList<InventoryItem> VaultSession::openRows(const SealedRows &rows)

@@ -18,13 +18,11 @@ namespace pexi {
 class VaultSession : public VaultWriter
 {
 public:
-    // Reads and decrypts every item of `file` with `key`, on every core. Items that fail
-    // authentication are skipped and listed in unreadableItems(); the others load. Throws
-    // VaultError when the file cannot be read. Touches nothing outside itself, so it may be
-    // made on any thread and used on another.
-    VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key);
-    // The same with the key `deriveKey` returns; the sealed items are read from the file on
-    // another core meanwhile, since key derivation leaves it idle. Null when there is no key.
+    // Reads and decrypts every item of `file` with the key `deriveKey` returns, on every core;
+    // the sealed items are read on another core meanwhile, since key derivation leaves it idle.
+    // Null when there is no key. Items that fail authentication are skipped and listed in
+    // unreadableItems(); the others load. Throws VaultError when the file cannot be read.
+    // Touches nothing outside the session, so it may run on one thread and be used on another.
     static std::unique_ptr<VaultSession>
     open(std::unique_ptr<VaultFile> file,
          const std::function<std::optional<SecureBytes>()> &deriveKey);
@@ -48,7 +46,7 @@ private:
     };
 
     VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key, SealedRows rows);
-    SealedRows readSealedRows();
+    static SealedRows readRows(VaultFile &file, qint64 afterRevision);
     QList<InventoryItem> openRows(const SealedRows &rows);
     QList<InventoryItem> readItemsSinceLastRevision();
     std::optional<InventoryItem> openItem(const VaultFile::SealedItem &row) const;
