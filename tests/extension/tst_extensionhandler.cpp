@@ -252,7 +252,6 @@ private slots:
         const QString beta = uuidOf("beta");
 
         row("page on a subdomain", "https://www.example.com/login?next=1", example);
-        row("equal sites, both listed", "https://twin.net/login", twins);
         row("nothing saved for the site", "https://nothing.test/x", {});
         row("locked", "https://www.example.com/", {}, lockedLog, true);
         row("locked, bad site", "not a host", {}, lockedLog, true); // the lock is looked at first

@@ -295,8 +295,6 @@ private slots:
         QTest::newRow("client vanishes") << QByteArray() << QByteArray() << "1006  false";
         QTest::newRow("broken frame") << clientFrame(Opcode::text, "x", true, 0x10)
                                       << QByteArray("\x88\x02\x03\xea", 4) << "1002  true";
-        QTest::newRow("too long") << clientFrame(Opcode::text, QByteArray(2000, 'x'))
-                                  << QByteArray("\x88\x02\x03\xf1", 4) << "1009  true";
     }
     void connectionsEndAsTheClientOrTheProtocolSays()
     {
