@@ -13,6 +13,7 @@
 #include <QJsonObject>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -72,10 +73,12 @@ std::optional<QString> optionalField(const QString &row, int n)
 }
 const QString goneUuid = field(fixture.last(), 0);
 
-// A fixture row as the extension sees it: username and site only when the item has them.
-QJsonObject credential(const QString &row, bool withPassword)
+// The fixture item of `uuid` as the extension sees it: username and site only when it has them.
+QJsonObject credential(const QString &uuid, bool withPassword)
 {
-    QJsonObject object{{"uuid", field(row, 0)}, {"title", field(row, 1)}};
+    const QString row = *std::find_if(fixture.cbegin(), fixture.cend(),
+                                      [&](const QString &row) { return field(row, 0) == uuid; });
+    QJsonObject object{{"uuid", uuid}, {"title", field(row, 1)}};
     if (withPassword)
         object.insert("password", field(row, 3));
     for (int n : {2, 4}) {
@@ -83,15 +86,6 @@ QJsonObject credential(const QString &row, bool withPassword)
             object.insert(n == 2 ? "username" : "site", field(row, n));
     }
     return object;
-}
-
-const QString *rowOf(const QString &uuid)
-{
-    for (const QString &row : fixture) {
-        if (field(row, 0) == uuid)
-            return &row;
-    }
-    return nullptr;
 }
 QString uuidOf(const QString &title, const QString &username = {})
 {
@@ -300,7 +294,7 @@ private slots:
             QCOMPARE(answer.value("session"), QJsonValue("s-42"));
             QJsonArray expected; // never with a password
             for (const QString &uuid : uuids)
-                expected.append(credential(*rowOf(uuid), false));
+                expected.append(credential(uuid, false));
             QCOMPARE(answer.value("credentials").toArray(), expected);
         }
     }
@@ -333,7 +327,7 @@ private slots:
         }
         QCOMPARE(answers, (QList<QJsonObject>{{{"command", "provide_credential"},
                                                {"session", "s-7"},
-                                               {"credential", credential(*rowOf(uuid), true)}}}));
+                                               {"credential", credential(uuid, true)}}}));
         QCOMPARE(logged(), QStringList{"sent PROVIDE"});
     }
 
