@@ -107,42 +107,10 @@ private Q_SLOTS:
         QCOMPARE(QFile::permissions(keyFile) & 0x0077, QFile::Permissions());
     }
 
-    // Missing, unreadable and damaged keys are three different stories for the user.
-    void deviceKeyTrouble_data()
-    {
-        QTest::addColumn<QString>("trouble");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("missing") << "missing"
-                                 << "no key";
-        QTest::newRow("unreadable") << "directory"
-                                    << "cannot be read";
-        QTest::newRow("not a key") << "garbage"
-                                   << "is damaged";
-        QTest::newRow("another vault's key") << "other"
-                                             << "not the vault's";
-    }
-
-    void deviceKeyTrouble()
-    {
-        QFETCH(QString, trouble);
-        QFETCH(QString, message);
-        TemporaryVault v;
-        const QString accountId = v.account.userIdentifier()->toString(QUuid::WithoutBraces);
-        const QString keyFile = v.keys->describeLocation(accountId);
-        QVERIFY(QFile::remove(keyFile));
-        if (trouble == "directory")
-            QVERIFY(QDir().mkpath(keyFile));
-        else if (trouble == "garbage")
-            writeFile(keyFile, "not base64 at all\n");
-        else if (trouble == "other")
-            v.keys->store(accountId, pexi::VaultCipher::randomKey());
-        QVERIFY_THROWS_EXCEPTION(VaultError, v.unlock()); // whatever the pictures
-        QVERIFY2(refusal(v).contains(message), qPrintable(refusal(v)));
-    }
-
-    // A file that is no vault, or one damaged anywhere in its header, is told apart from wrong
-    // pictures before any key is derived; the file is left as it was and nothing is opened. The
-    // damage is SQL on the checkpointed file, or what becomes of the file itself.
+    // A file that is no vault, one damaged anywhere in its header, and a device key missing,
+    // unreadable, damaged or another vault's are each told apart from wrong pictures before any
+    // key is derived; the file is left as it was and nothing is opened. The damage is SQL on the
+    // checkpointed file, or what becomes of the file or the key.
     void damagedFilesAreToldApart_data()
     {
         QTest::addColumn<QString>("damage");
@@ -168,6 +136,10 @@ private Q_SLOTS:
         row("empty file", "empty", "is not a vault", false);
         row("other sqlite database", "foreign", "is not a vault", false);
         row("truncated", "truncate", "damaged", false);
+        row("key missing", "key missing", "no key", true);
+        row("key unreadable", "key directory", "cannot be read", true);
+        row("key not a key", "key garbage", "is damaged", true);
+        row("another vault's key", "key other", "not the vault's", true);
     }
 
     void damagedFilesAreToldApart()
@@ -188,6 +160,16 @@ private Q_SLOTS:
             execSql(path, "CREATE TABLE notes (body TEXT)");
         } else if (damage == "truncate") {
             QVERIFY(file.resize(1024 + 100));
+        } else if (damage.startsWith("key ")) {
+            const QString accountId = v.account.userIdentifier()->toString(QUuid::WithoutBraces);
+            const QString keyFile = v.keys->describeLocation(accountId);
+            QVERIFY(QFile::remove(keyFile));
+            if (damage == "key directory")
+                QVERIFY(QDir().mkpath(keyFile));
+            else if (damage == "key garbage")
+                writeFile(keyFile, "not base64 at all\n");
+            else if (damage == "key other")
+                v.keys->store(accountId, pexi::VaultCipher::randomKey());
         } else {
             execSql(path, damage);
         }

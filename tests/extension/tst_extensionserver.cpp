@@ -9,11 +9,12 @@
 #include "support/TemporaryVault.h"
 #include "support/WebSocketPair.h"
 
+#include <QTcpSocket>
+
 #include <memory>
 #include <optional>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
+#include <sys/socket.h>
 
 using namespace pexi;
 
@@ -97,13 +98,7 @@ class TestExtensionServer : public QObject
                                   ExtensionClient::waitMs);
     }
 
-    // The lines logged since the last look, without the connection bookkeeping.
-    QStringList logged()
-    {
-        QStringList lines = m_output->takeLines();
-        lines.removeAll(QStringLiteral("websocket opened!"));
-        return lines;
-    }
+    QStringList logged() { return serverLog(*m_output); }
     void setLocked(bool locked)
     {
         if (locked)
@@ -145,9 +140,6 @@ private slots:
                  "message received from server had unexpected type: QByteArray", {}, none, true);
         frameRow("not JSON", "hello", unparsable);
         frameRow("JSON array", "[" + wrap(check) + "]", unparsable);
-        frameRow("JSON number", "42", unparsable);
-        frameRow("lenient JSON", wrap("{\"command\":\"pexi_lock_check\",\"session\":\"\\x41\"}"),
-                 unparsable);
         frameRow("no envelope", check, noCommand);
         frameRow("command is a number", wrap(R"({"command":0})"), noCommand);
         // Without a command nobody is told who sent the frame.
@@ -284,17 +276,11 @@ private slots:
     {
         QFETCH(int, failing);
         std::vector<std::unique_ptr<ExtensionClient>> clients;
-        int raw = -1;
+        QTcpSocket raw;
         for (int i = 0; i < 4; ++i) {
             if (i == failing) {
-                raw = ::socket(AF_INET, SOCK_STREAM, 0);
-                sockaddr_in address{};
-                address.sin_family = AF_INET;
-                address.sin_port = htons(m_server->port());
-                address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-                QCOMPARE(::connect(raw, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
-                const QByteArray request = upgradeRequest();
-                QCOMPARE(::write(raw, request.constData(), size_t(request.size())), request.size());
+                raw.connectToHost(QHostAddress::LocalHost, m_server->port());
+                raw.write(upgradeRequest());
             } else {
                 clients.push_back(connected());
             }
@@ -302,15 +288,15 @@ private slots:
         }
         // Reset before the server has noticed, so that the push itself fails on it.
         const linger reset{1, 0};
-        ::setsockopt(raw, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
-        ::close(raw);
+        ::setsockopt(int(raw.socketDescriptor()), SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+        raw.abort();
         m_server->broadcast(QStringLiteral("push"));
         for (const auto &client : clients)
             QCOMPARE(client->settle(1), QStringList{"push"});
         waitOpen(3);
     }
 
-    void onlyExtensionOriginsAreAllowed_data()
+    void originsAreCheckedAtTheHandshake_data()
     {
         QTest::addColumn<std::optional<QString>>("origin");
         QTest::addColumn<bool>("allowed");
@@ -325,12 +311,6 @@ private slots:
         row("scheme in capitals", "Chrome-Extension://abc", true);
         row("web page in capitals", "HTTPS://evil.example", false);
         row("null", "null", false);
-        row("null in capitals", "NULL", false);
-        row("quoted null", "\"null\"", false);
-        row("websocket", "ws://127.0.0.1:4000", false);
-        row("blob", "blob:https://evil.example/0f0e", false);
-        row("data", "data:text/html,x", false);
-        row("about", "about:blank", false);
         row("bare host", "evil.example", false);
         row("extension scheme without host", "chrome-extension://", false);
         row("list", "chrome-extension://abc https://evil.example", false);
@@ -338,37 +318,21 @@ private slots:
         row("extension with a path", "chrome-extension://abc/page.html", false);
         row("lookalike scheme", "chrome-extension-evil://abc", false);
     }
-    void onlyExtensionOriginsAreAllowed()
+    void originsAreCheckedAtTheHandshake()
     {
         QFETCH(std::optional<QString>, origin);
         QFETCH(bool, allowed);
         QCOMPARE(ExtensionServer::isAllowedOrigin(origin), allowed);
-    }
-
-    void originsAreCheckedAtTheHandshake_data()
-    {
-        QTest::addColumn<QByteArray>("origin");
-        QTest::addColumn<bool>("accepted");
-        QTest::newRow("no origin") << QByteArray() << true;
-        QTest::newRow("chrome extension") << QByteArray("chrome-extension://abcdefgh") << true;
-        QTest::newRow("safari extension") << QByteArray("safari-web-extension://3C9A-7B1D") << true;
-        QTest::newRow("https page") << QByteArray("https://evil.example") << false;
-        QTest::newRow("http page with port") << QByteArray("http://localhost:8080") << false;
-        QTest::newRow("local file") << QByteArray("file://") << false;
-        QTest::newRow("opaque origin") << QByteArray("null") << false;
-    }
-    void originsAreCheckedAtTheHandshake()
-    {
-        QFETCH(QByteArray, origin);
-        QFETCH(bool, accepted);
-        ExtensionClient client(m_server->port(), origin);
-        QCOMPARE(client.waitConnected(), accepted);
-        if (accepted)
+        if (!origin || origin->isEmpty())
+            return; // no header to send: every other connection here is one
+        ExtensionClient client(m_server->port(), origin->toUtf8());
+        QCOMPARE(client.waitConnected(), allowed);
+        if (allowed)
             QCOMPARE(client.settle(1), QStringList());
-        QCOMPARE(m_server->openWebSockets().size(), accepted ? 1 : 0);
-        const QString refusal =
-            "refused connection from origin '" + QString::fromUtf8(origin) + "'";
-        QCOMPARE(logged(), accepted ? QStringList() : QStringList{refusal});
+        QCOMPARE(m_server->openWebSockets().size(), allowed ? 1 : 0);
+        QCOMPARE(logged(), allowed
+                               ? QStringList()
+                               : QStringList{"refused connection from origin '" + *origin + "'"});
     }
 
     void anOversizedMessageClosesOnlyItsSocket()

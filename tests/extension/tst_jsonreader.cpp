@@ -30,93 +30,49 @@ private slots:
             QTest::newRow(name) << text << accepted;
         };
         row("lock check", "{\"data\":{\"command\":\"pexi_lock_check\",\"session\":\"s\"}}", true);
-        row("empty object, array", "[{},[]]", true);
-        row("scalar documents", "\"x\"", true);
         row("number document", "42", true);
         row("space everywhere", " \t\r\n[ 1 ,\n\"a\" , { \"k\" : [ ] } ]\r\n", true);
         row("empty", "", false);
-        row("only space", " \n", false);
         row("form feed is no space", "[\f1]", false);
-        row("no-break space is no space", "[\xc2\xa0 1]", false);
         row("byte order mark", "\xef\xbb\xbf{}", false);
         row("garbage after", "[] x", false);
-        row("second document", "{}[]", false);
-        row("NUL after", QByteArray("[]\0", 3), false);
 
         row("literals", "[true,false,null]", true);
         row("short true", "[tru]", false);
-        row("capital True", "[True]", false);
         row("null, cut off", "[null", false);
 
         row("numbers", "[0,-0,-0.0,0.5,-12.5e+3,1E5,1e-5,0e-400]", true);
         row("64-bit integers", "[-9223372036854775808,18446744073709551615]", true);
         row("integer past 64 bits", "[18446744073709551616]", false);
-        row("negative past 64 bits", "[-9223372036854775809]", false);
-        row("long number with a fraction", "[123456789012345678901234567890.0]", true);
-        row("largest double", "[1.7976931348623157e308]", true);
         row("overflow", "[1e400]", false);
         row("underflow is zero", "[1e-400,4.9e-324,2e-324]", true);
-        row("fraction without integer", "[.5]", false);
-        row("point without fraction", "[1.]", false);
-        row("plus", "[+1]", false);
         row("leading zero", "[01]", false);
-        row("minus leading zero", "[-01]", false);
-        row("exponent without digits", "[1e]", false);
-        row("exponent sign without digits", "[1e+]", false);
-        row("hex", "[0x10]", false);
         row("Infinity", "[Infinity]", false);
-        row("NaN", "[NaN]", false);
-        row("minus alone", "[-]", false);
-        row("two points", "[1.5.3]", false);
-        row("numbers without comma", "[1 2]", false);
 
         row("escapes", "[\"\\\"\\\\\\/\\b\\f\\n\\r\\t\"]", true);
         row("\\u escapes", "[\"\\u0041\\u00E9x\\u00e9\\u0000\\uD83D\\uDE00\"]", true);
         row("\\u, lone high", "[\"\\uD83D\"]", false);
-        row("\\u, lone low", "[\"\\uDE00\"]", false);
         row("\\u, pair reversed", "[\"\\uDE00\\uD83D\"]", false);
-        row("\\u, high before a letter", "[\"\\uD83Dx\"]", false);
-        row("\\u, two digits", "[\"\\u12\"]", false);
-        row("\\u, not hex", "[\"\\u12G4\"]", false);
-        row("unknown escape a", "[\"\\a\"]", false);
         row("unknown escape x", "[\"\\x41\"]", false);
-        row("unknown escape quote", "[\"\\'\"]", false);
-        row("escaped space", "[\"\\ \"]", false);
         row("raw control", "[\"\x01\"]", false);
-        row("raw line feed", "[\"a\nb\"]", false);
         row("raw NUL", QByteArray("[\"a\0b\"]", 7), false);
         row("raw DEL", "[\"\x7f\"]", true);
         row("non-ASCII", "[\"\xc3\xa9\xe2\x82\xac\xe2\x80\xa8\xf0\x9f\x94\x91\"]", true);
-        row("noncharacter and highest code point", "[\"\xef\xbf\xbf\xf4\x8f\xbf\xbf\"]", true);
         row("overlong", "[\"\xc0\x80\"]", false);
         row("UTF-8 surrogate", "[\"\xed\xa0\x80\"]", false);
         row("past U+10FFFF", "[\"\xf4\x90\x80\x80\"]", false);
-        row("bad third byte", "[\"\xe2\x82\x28\"]", false);
-        row("bad fourth byte", "[\"\xf0\x9f\x98\x28\"]", false);
         row("cut-off character", "[\"\xe2\x82\"]", false);
         row("invalid UTF-8 outside strings", "[1]\xff", false);
         row("unterminated string", "[\"abc]", false);
 
         row("members", "{\"b\":[1,{\"c\":null}],\"a\":\"x\"}", true);
-        row("repeated key", "{\"a\":1,\"a\":2}", true);
         row("comma before end", "{\"a\":1,}", false);
-        row("no colon", "{\"a\" 1}", false);
-        row("key alone", "{\"a\"}", false);
-        row("members without comma", "{\"a\":1 \"b\":2}", false);
-        row("number key", "{1:2}", false);
-        row("single quotes", "{'a':1}", false);
         row("object cut off", "{\"a\":1", false);
-        row("comma before array end", "[1,]", false);
-        row("comma first", "[,1]", false);
-        row("two commas", "[1,,2]", false);
         row("inner array open", "[[]", false);
         row("one bracket too many", "[]]", false);
-        row("brackets crossed", "[{]}", false);
 
         row("1024 arrays deep", nested("[", "[]", "]", 1024), true);
         row("1025 arrays deep", nested("[", "[]", "]", 1025), false);
-        row("1024 objects deep", nested("{\"a\":", "{}", "}", 1024), true);
-        row("1025 objects deep", nested("{\"a\":", "{}", "}", 1025), false);
     }
     void acceptsExactlyJson()
     {

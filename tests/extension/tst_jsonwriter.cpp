@@ -1,4 +1,3 @@
-#include "extension/JsonReader.h"
 #include "extension/JsonWriter.h"
 
 #include <QProcess>
@@ -72,34 +71,7 @@ QString writeRandom(JsonWriter &json, QRandomGenerator &random, bool loneSurroga
     return kind == 4 ? '[' + items.join(',') + ']' : '{' + items.join(',') + '}';
 }
 
-QString described(simdjson::dom::element value)
-{
-    using Type = simdjson::dom::element_type;
-    QStringList items;
-    switch (value.type()) {
-    case Type::STRING: {
-        const std::string_view text = value.get_string();
-        return "s" + hex(QString::fromUtf8(text.data(), qsizetype(text.size())));
-    }
-    case Type::BOOL:
-        return bool(value) ? "t" : "f";
-    case Type::NULL_VALUE:
-        return "n";
-    case Type::ARRAY:
-        for (const simdjson::dom::element item : value.get_array())
-            items << described(item);
-        return '[' + items.join(',') + ']';
-    case Type::OBJECT:
-        for (const simdjson::dom::key_value_pair member : value.get_object())
-            items << hex(QString::fromUtf8(member.key.data(), qsizetype(member.key.size()))) + ':' +
-                         described(member.value);
-        return '{' + items.join(',') + '}';
-    default:
-        return "?";
-    }
-}
-
-// The same descriptions, by Python's json module: one document per line in, one out.
+// The documents described as writeRandom does, by Python's json module: one per line in, one out.
 QStringList describedByPython(const QByteArrayList &documents)
 {
     const char *script = "import json, sys\n"
@@ -161,8 +133,8 @@ private slots:
         }
     }
 
-    // Random documents read back by simdjson and by Python; rows are reproducible seeds. simdjson
-    // refuses an escaped surrogate without its other half, so only Python gets those.
+    // Random documents read back by an independent reader (Python's, which also takes escaped
+    // surrogates without their other half); rows are reproducible seeds.
     void roundTrip_data()
     {
         QTest::addColumn<quint32>("seed");
@@ -173,20 +145,12 @@ private slots:
     {
         QFETCH(quint32, seed);
         QRandomGenerator random(seed);
-        JsonReader reader;
         QByteArrayList documents;
         QStringList expected;
         for (int i = 0; i < 400; ++i) {
             JsonWriter json(4);
-            const bool loneSurrogates = i % 2 == 1;
-            expected << writeRandom(json, random, loneSurrogates);
+            expected << writeRandom(json, random, i % 2 == 1);
             documents << json.take().toUtf8();
-            if (loneSurrogates)
-                continue;
-            simdjson::dom::element root;
-            QVERIFY2(reader.read(documents.last()).get(root) == simdjson::SUCCESS,
-                     documents.last().constData());
-            QCOMPARE(described(root), expected.last());
         }
         QCOMPARE(describedByPython(documents), expected);
     }

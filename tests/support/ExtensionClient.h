@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/StandardOutputCapture.h"
+
 #include <QNetworkRequest>
 #include <QStringList>
 #include <QTest>
@@ -67,3 +69,11 @@ public:
 private:
     int m_settles = 0;
 };
+
+// The lines logged since the last look, without the bookkeeping of connections opening.
+inline QStringList serverLog(StandardOutputCapture &output)
+{
+    QStringList lines = output.takeLines();
+    lines.removeAll(QStringLiteral("websocket opened!"));
+    return lines;
+}

@@ -132,9 +132,6 @@ private slots:
         QTest::newRow("fragments with a ping between")
             << text("a", false) + ping + more("b", false) + more("c", true)
             << QStringList{"ping:p", "text:abc"};
-        // A character cut in two by the fragmenting is still whole in the message.
-        QTest::newRow("character across fragments")
-            << text("\xc3", false) + more("\xa9", true) << QStringList{"text:%C3%A9"};
         QTest::newRow("message at the limit")
             << text(QByteArray(maxMessage - 1, 'x'), false) + more("y", true)
             << QStringList{"text:300B"};
@@ -142,7 +139,6 @@ private slots:
             << text(QByteArray(maxMessage + 1, 'x')) << QStringList{"!1009"};
         QTest::newRow("fragments over the limit")
             << text(QByteArray(maxMessage, 'x'), false) + more("y", true) << QStringList{"!1009"};
-        QTest::newRow("invalid UTF-8") << text("a\xc0\x80") + text("b") << QStringList{"!1007"};
         QTest::newRow("binary may be anything")
             << clientFrame(Opcode::binary, "\xc0") << QStringList{"binary:%C0"};
         QTest::newRow("unmasked") << clientFrame(Opcode::text, "a", true, 0, false)
@@ -170,8 +166,6 @@ private slots:
             << clientFrame(Opcode::close, closePayload(1005)) << QStringList{"!1002"};
         QTest::newRow("close with an unassigned code")
             << clientFrame(Opcode::close, closePayload(2999)) << QStringList{"!1002"};
-        QTest::newRow("close reason not UTF-8")
-            << clientFrame(Opcode::close, closePayload(1000, "\xff")) << QStringList{"!1007"};
         QTest::newRow("nothing after a breach")
             << text("ok") + clientFrame(Opcode(7), "") + text("lost")
             << QStringList{"text:ok", "!1002"};
@@ -185,7 +179,8 @@ private slots:
             QCOMPARE(readAll(bytes, std::max<qsizetype>(piece, 1)), expected);
     }
 
-    // Text messages and close reasons must be well-formed UTF-8, whole or across fragments.
+    // Text messages and close reasons must be well-formed UTF-8, whole or across fragments (a
+    // character cut in two by the fragmenting is still whole in the message).
     void utf8IsCheckedStrictly_data()
     {
         QTest::addColumn<QByteArray>("bytes");
@@ -300,8 +295,6 @@ private slots:
         QTest::newRow("client vanishes") << QByteArray() << QByteArray() << "1006  false";
         QTest::newRow("broken frame") << clientFrame(Opcode::text, "x", true, 0x10)
                                       << QByteArray("\x88\x02\x03\xea", 4) << "1002  true";
-        QTest::newRow("too long") << clientFrame(Opcode::text, QByteArray(2000, 'x'))
-                                  << QByteArray("\x88\x02\x03\xf1", 4) << "1009  true";
     }
     void connectionsEndAsTheClientOrTheProtocolSays()
     {
@@ -347,33 +340,6 @@ private slots:
                                            "\x81\x02\xc3\xa9"));
     }
 
-    void refusedAndMalformedHandshakesGetAnHttpAnswer_data()
-    {
-        QTest::addColumn<int>("refusal");
-        QTest::addColumn<QByteArray>("extraHeaders");
-        QTest::addColumn<QByteArray>("statusLine");
-        QTest::newRow("forbidden") << 403 << QByteArray() << QByteArray("HTTP/1.1 403 Forbidden");
-        QTest::newRow("full") << 503 << QByteArray()
-                              << QByteArray("HTTP/1.1 503 Service Unavailable");
-        QTest::newRow("two keys") << 0
-                                  << QByteArray("Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n")
-                                  << QByteArray("HTTP/1.1 400 Bad Request");
-    }
-    void refusedAndMalformedHandshakesGetAnHttpAnswer()
-    {
-        QFETCH(int, refusal);
-        QFETCH(QByteArray, extraHeaders);
-        QFETCH(QByteArray, statusLine);
-        bool connected = false;
-        WebSocketPair pair([refusal](const auto &) { return refusal; });
-        QObject::connect(pair.server.get(), &WebSocket::connected, [&] { connected = true; });
-        QVERIFY(pair.handshake(extraHeaders).startsWith(statusLine + "\r\n"));
-        QVERIFY(WebSocketPair::waitFor([&] { return pair.disconnected; }));
-        QVERIFY(!connected);
-        pair.read();
-        QVERIFY(pair.peerClosed);
-    }
-
     // Answers still waiting for a slow client when it closes reach it before the close frame.
     void aClientsCloseWaitsForTheAnswersBeforeIt()
     {
@@ -404,10 +370,12 @@ private slots:
         QVERIFY(pair.disconnected);
         QVERIFY(!pair.server->errorString().isEmpty());
     }
-    // Everything a client sends before the answer counts towards the request limit, however it
-    // is cut up and whatever follows the request.
-    void theRequestLimitCountsEveryByteBeforeTheAnswer_data()
+    // A refused or malformed handshake gets an HTTP answer and the connection ends without
+    // opening. Everything a client sends before the answer counts towards the request limit,
+    // however it is cut up and whatever follows the request.
+    void handshakesAreAnsweredOverTheSocket_data()
     {
+        QTest::addColumn<int>("refusal"); // what the admission says
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<int>("piece");
         QTest::addColumn<QByteArray>("statusLine");
@@ -416,27 +384,42 @@ private slots:
         const QByteArray padding = "X-Padding: " + QByteArray(limit - request.size() - 13, 'p') +
                                    "\r\n"; // the request ends at the limit exactly
         const QByteArray full = upgradeRequest(padding);
-        QTest::newRow("at the limit") << full << 1000 << QByteArray("HTTP/1.1 101 ");
-        QTest::newRow("one past, in one write") << upgradeRequest(padding + "X: y\r\n")
-                                                << int(limit * 2) << QByteArray("HTTP/1.1 431 ");
-        QTest::newRow("one past, in pieces")
-            << upgradeRequest(padding + "X: y\r\n") << 100 << QByteArray("HTTP/1.1 431 ");
-        QTest::newRow("data behind a request at the limit")
-            << full + clientFrame(Opcode::text, "early") << int(limit * 2)
-            << QByteArray("HTTP/1.1 431 ");
+        const QByteArray onePast = upgradeRequest(padding + "X: y\r\n");
+        const auto row = [](const char *name, int refusal, const QByteArray &bytes, qsizetype piece,
+                            const char *statusLine) {
+            QTest::newRow(name) << refusal << bytes << int(piece) << QByteArray(statusLine);
+        };
+        row("forbidden", 403, request, limit, "HTTP/1.1 403 Forbidden\r\n");
+        row("full", 503, request, limit, "HTTP/1.1 503 Service Unavailable\r\n");
+        row("two keys", 0, upgradeRequest("Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n"), limit,
+            "HTTP/1.1 400 Bad Request\r\n");
+        row("at the limit", 0, full, 1000, "HTTP/1.1 101 ");
+        row("one past, in one write", 0, onePast, limit * 2, "HTTP/1.1 431 ");
+        row("one past, in pieces", 0, onePast, 100, "HTTP/1.1 431 ");
+        row("data behind a request at the limit", 0, full + clientFrame(Opcode::text, "early"),
+            limit * 2, "HTTP/1.1 431 ");
     }
-    void theRequestLimitCountsEveryByteBeforeTheAnswer()
+    void handshakesAreAnsweredOverTheSocket()
     {
+        QFETCH(int, refusal);
         QFETCH(QByteArray, bytes);
         QFETCH(int, piece);
         QFETCH(QByteArray, statusLine);
-        WebSocketPair pair;
+        WebSocketPair pair([refusal](const auto &) { return refusal; });
+        bool connected = false;
+        QObject::connect(pair.server.get(), &WebSocket::connected, [&] { connected = true; });
         for (qsizetype at = 0; at < bytes.size() && !pair.disconnected; at += piece) {
             pair.write(bytes.mid(at, piece));
             pair.read();
         }
         QVERIFY(WebSocketPair::waitFor([&] { return pair.read().contains("\r\n\r\n"); }));
         QVERIFY2(pair.received.startsWith(statusLine), pair.received.left(40).constData());
+        if (statusLine.contains(" 101 "))
+            return;
+        QVERIFY(WebSocketPair::waitFor([&] { return pair.disconnected; }));
+        QVERIFY(!connected);
+        pair.read();
+        QVERIFY(pair.peerClosed);
     }
 
     void onlyPeersOfThisUserGetAnAnswer_data()
