@@ -25,7 +25,7 @@ PreferencesViewController::PreferencesViewController(Preferences &preferences,
             &PreferencesViewController::autoSaveChanged);
 
     const QString build = browsers.build(Browser::chrome);
-    m_ui->chromeBuild->setText(build == noBuild ? tr("Not connected since the worker started")
+    m_ui->chromeBuild->setText(build == noBuild ? tr("Not connected yet")
                                                 : tr("Build %1").arg(build));
 }
 
@@ -41,7 +41,7 @@ QComboBox *PreferencesViewController::showNotifications() const
     return m_ui->showNotifications;
 }
 
-QLineEdit *PreferencesViewController::chromeBuild() const
+QLabel *PreferencesViewController::chromeBuild() const
 {
     return m_ui->chromeBuild;
 }

@@ -5,7 +5,7 @@
 #include <memory>
 
 class QComboBox;
-class QLineEdit;
+class QLabel;
 
 namespace Ui {
 class PreferencesViewController;
@@ -33,7 +33,7 @@ public:
 
     QComboBox *autoSave() const;
     QComboBox *showNotifications() const;
-    QLineEdit *chromeBuild() const;
+    QLabel *chromeBuild() const;
 
     // Asking before saving is done through a notification, so the notifications pop-up moves to
     // always.

@@ -6,7 +6,7 @@
 
 #include <QApplication>
 #include <QComboBox>
-#include <QLineEdit>
+#include <QLabel>
 #include <QPointer>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -122,7 +122,7 @@ private slots:
         QTest::addColumn<QString>("build");
         QTest::addColumn<QString>("shown");
         QTest::newRow("none yet") << ""
-                                  << "Not connected since the worker started";
+                                  << "Not connected yet";
         QTest::newRow("reported") << "2.4.1"
                                   << "Build 2.4.1";
     }
@@ -136,7 +136,6 @@ private slots:
             browsers.recordMessage(QStringLiteral("chrome"), build);
         PreferencesViewController window(*settings, browsers);
         QCOMPARE(window.chromeBuild()->text(), shown);
-        QVERIFY(window.chromeBuild()->isReadOnly());
     }
 
     void showWindowReplacesTheWindow()
