@@ -119,9 +119,7 @@ private slots:
         QTest::newRow("installed, never heard") << true << -1 << true << all;
         QTest::newRow("installed, heard 29 s ago") << true << 29 << true << noChrome;
         QTest::newRow("installed, heard 30 s ago") << true << 30 << true << all;
-        QTest::newRow("installed, heard 5 min ago") << true << 300 << true << all;
         QTest::newRow("not installed, never heard") << false << -1 << true << noChrome;
-        QTest::newRow("not installed, heard 29 s ago") << false << 29 << true << noChrome;
         QTest::newRow("no main application") << true << -1 << false << all.mid(0, 3);
     }
     void entries()
@@ -191,15 +189,19 @@ private slots:
         QTRY_VERIFY(popup.isNull());
     }
 
-    void placement_data()
+    // Opened from a button it hangs from the button's middle, from the keyboard from the mouse
+    // pointer; Escape or another window taking over closes it, doing nothing else.
+    void placeAndClose_data()
     {
         QTest::addColumn<bool>("fromButton");
-        QTest::newRow("from a button") << true;
-        QTest::newRow("from the keyboard") << false;
+        QTest::addColumn<bool>("escape");
+        QTest::newRow("button, Escape") << true << true;
+        QTest::newRow("keyboard, another window") << false << false;
     }
-    void placement()
+    void placeAndClose()
     {
         QFETCH(bool, fromButton);
+        QFETCH(bool, escape);
         QWidget list;
         list.setGeometry(300, 200, 320, 400);
         auto *settings = new QPushButton("Settings", &list);
@@ -209,28 +211,12 @@ private slots:
         openPopup(fromButton ? settings : nullptr);
         const QPoint anchor = fromButton ? QPoint(300 + 280, 200 + 25) : mouse.toPoint();
         QCOMPARE(popup->geometry().topLeft() + QPoint(popup->width(), 0), anchor);
-    }
-
-    void closing_data()
-    {
-        QTest::addColumn<bool>("escape");
-        QTest::newRow("Escape") << true;
-        QTest::newRow("another window") << false;
-    }
-    void closing()
-    {
-        QFETCH(bool, escape);
-        openPopup();
         QTRY_COMPARE(QApplication::activeWindow(), popup.data());
-        QWidget other;
-        if (escape) {
+        if (escape)
             QTest::keyClick(popup, Qt::Key_Escape);
-        } else {
-            other.show();
-            other.activateWindow();
-        }
+        else
+            list.activateWindow();
         QTRY_VERIFY(popup.isNull());
-        QCOMPARE(m_menu->windowController(), nullptr);
         QVERIFY(events.isEmpty());
     }
 
@@ -243,17 +229,13 @@ private slots:
             QPalette palette = popup->palette();
             palette.setColor(QPalette::Text, text);
             popup->setPalette(palette);
+            QSet<QRgb> opaque;
             const QImage icon = item->icon().toImage();
-            QColor drawn;
-            for (int y = 0; y < icon.height() && !drawn.isValid(); ++y) {
-                for (int x = 0; x < icon.width(); ++x) {
-                    if (icon.pixelColor(x, y).alpha() == 255) {
-                        drawn = icon.pixelColor(x, y);
-                        break;
-                    }
-                }
+            for (int i = 0; i < icon.width() * icon.height(); ++i) {
+                if (qAlpha(icon.pixel(i % icon.width(), i / icon.width())) == 255)
+                    opaque << icon.pixel(i % icon.width(), i / icon.width());
             }
-            QCOMPARE(drawn.rgb(), text.rgb());
+            QCOMPARE(opaque, QSet<QRgb>{text.rgb()});
         }
     }
 };

@@ -75,11 +75,8 @@ private slots:
         QTest::newRow("hidden") << "Exec=$SCRIPT %U\nHidden=true" << false << QStringList();
         QTest::newRow("TryExec missing")
             << "Exec=$SCRIPT %U\nTryExec=/nonexistent/main-app" << false << QStringList();
-        QTest::newRow("program missing")
-            << "Exec=pexi-no-such-program %U" << false << QStringList();
+
         QTest::newRow("unclosed quote") << "Exec=\"$SCRIPT %U" << false << QStringList();
-        QTest::newRow("other group only")
-            << "[Desktop Action x]\nExec=$SCRIPT" << false << QStringList();
     }
     void launch()
     {
