@@ -1,5 +1,9 @@
 #include "app/Preferences.h"
 
+#include "app/PreferencesViewController.h"
+#include "extension/BrowserController.h"
+
+#include <QScreen>
 #include <QSettings>
 
 namespace pexi {
@@ -33,6 +37,30 @@ Preferences::Preferences(std::unique_ptr<QSettings> settings, QObject *parent)
 }
 
 Preferences::~Preferences() = default;
+
+void Preferences::showWindow(QObject *sender)
+{
+    // A fresh window each time, so that it shows what the settings and the extensions say now.
+    delete m_windowController;
+    auto *window = new PreferencesViewController(*this, BrowserController::instance());
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    window->setWindowFlag(Qt::Window);
+    window->adjustSize();
+    if (const auto *widget = qobject_cast<const QWidget *>(sender); widget && widget->screen()) {
+        QRect frame = window->frameGeometry();
+        frame.moveCenter(widget->screen()->availableGeometry().center());
+        window->move(frame.topLeft());
+    }
+    m_windowController = window;
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+QWidget *Preferences::windowController() const
+{
+    return m_windowController;
+}
 
 void Preferences::setShowStatusBarIcon(bool show)
 {

@@ -3,12 +3,14 @@
 #include "capture/CapturePreferences.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QVariantMap>
 
 #include <memory>
 
 class QSettings;
+class QWidget;
 
 namespace pexi {
 
@@ -35,6 +37,12 @@ public:
     explicit Preferences(std::unique_ptr<QSettings> settings, QObject *parent = nullptr);
     ~Preferences() override;
 
+    // A new preferences window in place of the one kept, in front of every other window, on the
+    // screen of `sender` when it is a widget.
+    void showWindow(QObject *sender = nullptr);
+    // The open preferences window, if any.
+    QWidget *windowController() const;
+
     bool showStatusBarIcon() const { return m_showStatusBarIcon; }
     void setShowStatusBarIcon(bool show);
 
@@ -60,6 +68,7 @@ private:
     void setBoolForKey(const QString &key, bool value);
 
     std::unique_ptr<QSettings> m_settings;
+    QPointer<QWidget> m_windowController;
     QVariantMap m_registeredDefaults;
     bool m_showStatusBarIcon = true;
 };

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "platform/BrowserLauncher.h"
-
-#include <QStringList>
+#include "platform/DesktopEntry.h"
 
 #include <optional>
 
@@ -20,14 +19,9 @@ public:
     bool isInstalled(const QString &bundleIdentifier) const override;
 
 private:
-    struct Launch
-    {
-        QString program;
-        QStringList arguments;
-    };
-
     // The command line that opens `url` in the browser, or nothing when it is not installed.
-    static std::optional<Launch> launchFor(const QString &bundleIdentifier, const QUrl &url);
+    static std::optional<DesktopEntry::Command> launchFor(const QString &bundleIdentifier,
+                                                          const QUrl &url);
 };
 
 } // namespace pexi

@@ -1,5 +1,14 @@
 #include "Screens.h"
 
+#include "app/Deployment.h"
+#include "app/Preferences.h"
+#include "app/PreferencesViewController.h"
+#include "app/SettingsPopupMenuViewController.h"
+#include "app/SettingsPopupMenuWindow.h"
+#include "extension/BrowserController.h"
+#include "platform/ApplicationLauncher.h"
+#include "support/RecordingLauncher.h"
+#include "support/TemporaryVault.h"
 #include "ui/Appearance.h"
 #include "ui/Hud.h"
 
@@ -7,6 +16,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QVBoxLayout>
 
 using pexi::Appearance;
@@ -84,6 +95,51 @@ QWidget *hudOverSheet(ScreenshotContext &context)
     return sheet;
 }
 
+// Claims the main application, so that every entry of the settings pop-up shows.
+class InstalledApplications : public pexi::ApplicationLauncher
+{
+public:
+    bool isInstalled(const QString &) const override { return true; }
+    bool launch(const QString &, const QString &) override { return true; }
+};
+
+pexi::Preferences &temporaryPreferences(ScreenshotContext &context)
+{
+    auto &dir = context.keep<QTemporaryDir>();
+    return context.keep<pexi::Preferences>(
+        std::make_unique<QSettings>(dir.filePath("worker.conf"), QSettings::IniFormat));
+}
+
+pexi::BrowserController &browsersWithChrome(ScreenshotContext &context)
+{
+    auto &launcher = context.keep<RecordingLauncher>();
+    launcher.installed = {QStringLiteral("com.google.Chrome")};
+    return context.keep<pexi::BrowserController>(launcher);
+}
+
+// Every entry offered: Chrome installed without its extension, the main application there.
+QWidget *settingsPopup(ScreenshotContext &context)
+{
+    auto &vault = context.keep<TemporaryVault>(false);
+    const pexi::SettingsPopupMenuViewController::Services services{
+        vault.locker, browsersWithChrome(context), context.keep<RecordingLauncher>(),
+        context.keep<InstalledApplications>(), temporaryPreferences(context)};
+    auto *window =
+        new pexi::SettingsPopupMenuWindow(new pexi::SettingsPopupMenuViewController(services));
+    // The tool deletes what it shows; the pop-up must not go by itself meanwhile.
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    return window;
+}
+
+// Asking before saving, and no Chrome extension heard from yet.
+QWidget *preferencesWindow(ScreenshotContext &context)
+{
+    pexi::Preferences &preferences = temporaryPreferences(context);
+    preferences.registerDefaults(preferences);
+    preferences.setAutoSavePasswords(false);
+    return new pexi::PreferencesViewController(preferences, browsersWithChrome(context));
+}
+
 } // namespace
 
 QList<Screen> screens()
@@ -91,5 +147,7 @@ QList<Screen> screens()
     return {
         {QStringLiteral("toolkit"), toolkitSheet},
         {QStringLiteral("hud"), hudOverSheet, 500},
+        {QStringLiteral("settings-popup"), settingsPopup},
+        {QStringLiteral("preferences"), preferencesWindow},
     };
 }

@@ -1,0 +1,156 @@
+#include "app/Preferences.h"
+#include "app/PreferencesViewController.h"
+#include "app/Transformers.h"
+#include "extension/BrowserController.h"
+#include "support/DesktopDoubles.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLabel>
+#include <QPointer>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace pexi;
+
+class TestPreferencesWindow : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    NullLauncher m_launcher;
+
+    std::unique_ptr<QSettings> store() const
+    {
+        return std::make_unique<QSettings>(m_dir.filePath("worker.conf"), QSettings::IniFormat);
+    }
+    std::unique_ptr<Preferences> preferences() const
+    {
+        auto preferences = std::make_unique<Preferences>(store());
+        Preferences::registerDefaults(*preferences);
+        return preferences;
+    }
+
+private slots:
+    void cleanup() { store()->clear(); }
+
+    void trueZeroFalseOne_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QVariant>("forward");
+        QTest::addColumn<QVariant>("reverse");
+        QTest::newRow("true") << QVariant(true) << QVariant(0) << QVariant(false);
+        QTest::newRow("false") << QVariant(false) << QVariant(1) << QVariant(false);
+        QTest::newRow("nothing") << QVariant() << QVariant(1) << QVariant(false);
+        QTest::newRow("0") << QVariant(0) << QVariant(1) << QVariant(true);
+        QTest::newRow("1") << QVariant(1) << QVariant(1) << QVariant(false);
+        QTest::newRow("\"0\"") << QVariant("0") << QVariant(1) << QVariant(false);
+        QTest::newRow("0.0") << QVariant(0.0) << QVariant(1) << QVariant(false);
+    }
+    void trueZeroFalseOne()
+    {
+        QFETCH(QVariant, value);
+        QFETCH(QVariant, forward);
+        QFETCH(QVariant, reverse);
+        QCOMPARE(Transformers::TrueZeroFalseOne::transformedValue(value), forward);
+        QCOMPARE(Transformers::TrueZeroFalseOne::reverseTransformedValue(value), reverse);
+    }
+
+    // Choices "auto" / "ask" / "always" / "never", made with the keyboard on the pop-ups as a
+    // person would, after `stored` went into the store. Then the two pop-ups' entries and what is
+    // stored.
+    void popups_data()
+    {
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<QString>("choices");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *name, const char *stored, const char *choices,
+                            const char *expected) {
+            QTest::newRow(name) << QString(stored) << QString(choices) << QString(expected);
+        };
+        row("fresh", "", "", "0 0 | ");
+        row("stored settings shown", "auto_save_passwords=true save_notifications=false", "",
+            "0 1 | auto_save_passwords=true save_notifications=false");
+        row("asking shows always", "auto_save_passwords=false save_notifications=false", "",
+            "1 0 | auto_save_passwords=false save_notifications=false");
+        row("never", "", "never", "0 1 | save_notifications=false");
+        row("ask moves notifications to always, store kept", "", "never ask",
+            "1 0 | auto_save_passwords=false save_notifications=false");
+        row("back to saving: nothing moves", "", "never ask auto",
+            "0 0 | auto_save_passwords=true save_notifications=false");
+        row("never while asking", "", "ask never",
+            "1 1 | auto_save_passwords=false save_notifications=false");
+    }
+    void popups()
+    {
+        QFETCH(QString, stored);
+        QFETCH(QString, choices);
+        QFETCH(QString, expected);
+        {
+            const auto settings = store();
+            for (const QString &pair : stored.split(' ', Qt::SkipEmptyParts))
+                settings->setValue(pair.section('=', 0, 0), pair.section('=', 1) == "true");
+        }
+        const auto settings = preferences();
+        BrowserController browsers(m_launcher);
+        PreferencesViewController window(*settings, browsers);
+        window.show();
+        for (const QString &choice : choices.split(' ', Qt::SkipEmptyParts)) {
+            const bool first = choice == "auto" || choice == "always";
+            QComboBox *popup = choice == "auto" || choice == "ask" ? window.autoSave()
+                                                                   : window.showNotifications();
+            QTest::keyClick(popup, first ? Qt::Key_Home : Qt::Key_End);
+        }
+        QStringList written;
+        const auto store = this->store();
+        for (const QString &key : store->allKeys())
+            written << key + '=' + store->value(key).toString();
+        QCOMPARE(QStringLiteral("%1 %2 | %3")
+                     .arg(window.autoSave()->currentIndex())
+                     .arg(window.showNotifications()->currentIndex())
+                     .arg(written.join(' ')),
+                 expected);
+    }
+
+    void chromeBuild_data()
+    {
+        QTest::addColumn<QString>("build");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("none yet") << ""
+                                  << "Not connected yet";
+        QTest::newRow("reported") << "2.4.1"
+                                  << "Build 2.4.1";
+    }
+    void chromeBuild()
+    {
+        QFETCH(QString, build);
+        QFETCH(QString, shown);
+        const auto settings = preferences();
+        BrowserController browsers(m_launcher);
+        if (!build.isEmpty())
+            browsers.recordMessage(QStringLiteral("chrome"), build);
+        PreferencesViewController window(*settings, browsers);
+        QCOMPARE(window.chromeBuild()->text(), shown);
+    }
+
+    void showWindowReplacesTheWindow()
+    {
+        const auto settings = preferences();
+        settings->showWindow();
+        QPointer<QWidget> first = settings->windowController();
+        QVERIFY(first && first->isVisible());
+        QTRY_COMPARE(QApplication::activeWindow(), first.data());
+        settings->showWindow();
+        QVERIFY(first.isNull());
+        QPointer<QWidget> second = settings->windowController();
+        QVERIFY(second && second->isVisible());
+        QTRY_COMPARE(QApplication::activeWindow(), second.data());
+        second->close();
+        QTRY_VERIFY(second.isNull());
+        QCOMPARE(settings->windowController(), nullptr);
+    }
+};
+
+QTEST_MAIN(TestPreferencesWindow)
+#include "tst_preferenceswindow.moc"

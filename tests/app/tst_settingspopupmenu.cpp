@@ -1,0 +1,244 @@
+#include "app/Deployment.h"
+#include "app/Preferences.h"
+#include "app/SettingsPopupMenu.h"
+#include "app/SettingsPopupMenuItem.h"
+#include "app/SettingsPopupMenuWindow.h"
+#include "extension/BrowserController.h"
+#include "platform/ApplicationLauncher.h"
+#include "support/RecordingLauncher.h"
+#include "support/TemporaryVault.h"
+
+#include <QApplication>
+#include <QFrame>
+#include <QPointer>
+#include <QPushButton>
+#include <QSettings>
+#include <QTest>
+
+using namespace pexi;
+
+namespace {
+
+// Notes, for every action, whether the pop-up was still on screen when it ran.
+QStringList events;
+QPointer<SettingsPopupMenuWindow> popup;
+void note(const QString &event)
+{
+    events << event + (popup && popup->isVisible() ? " over the pop-up" : "");
+}
+
+class NotingLauncher : public RecordingLauncher
+{
+public:
+    bool openUrl(const QUrl &url, const QString &bundleIdentifier) override
+    {
+        note("open " + bundleIdentifier + ' ' + url.toString());
+        return true;
+    }
+};
+
+class NotingApplications : public ApplicationLauncher
+{
+public:
+    bool isInstalled(const QString &bundleIdentifier) const override
+    {
+        return installed.contains(bundleIdentifier);
+    }
+    bool launch(const QString &bundleIdentifier, const QString &parameter) override
+    {
+        note("launch " + bundleIdentifier + ' ' + parameter);
+        return true;
+    }
+    QStringList installed;
+};
+
+const QPointF mouse(640, 480);
+
+} // namespace
+
+class TestSettingsPopupMenu : public QObject
+{
+    Q_OBJECT
+
+    QDateTime m_now = QDateTime(QDate(2024, 5, 1), QTime(12, 0), Qt::UTC);
+    std::unique_ptr<TemporaryVault> m_vault;
+    std::unique_ptr<Preferences> m_preferences;
+    NotingLauncher m_launcher;
+    NotingApplications m_applications;
+    std::unique_ptr<BrowserController> m_browsers;
+    std::unique_ptr<SettingsPopupMenu> m_menu;
+
+    SettingsPopupMenuViewController *content() const
+    {
+        return popup->findChild<SettingsPopupMenuViewController *>();
+    }
+    void openPopup(QWidget *sender = nullptr)
+    {
+        m_menu->open(sender);
+        popup = m_menu->windowController();
+        QVERIFY(popup && QTest::qWaitForWindowExposed(popup));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        m_vault = std::make_unique<TemporaryVault>();
+        m_vault->center.addObserver(Locker::PexiLockedNotification, nullptr,
+                                    [](const QString &, const void *) { note("locked"); });
+    }
+    void init()
+    {
+        events.clear();
+        m_preferences = std::make_unique<Preferences>(std::make_unique<QSettings>(
+            m_vault->dir.filePath("worker.conf"), QSettings::IniFormat));
+        m_launcher.installed = {"com.google.Chrome"};
+        m_applications.installed = {MacAppController::bundleIdentifier};
+        m_browsers = std::make_unique<BrowserController>(m_launcher, [this] { return m_now; });
+        m_menu = std::make_unique<SettingsPopupMenu>(
+            SettingsPopupMenuViewController::Services{m_vault->locker, *m_browsers, m_launcher,
+                                                      m_applications, *m_preferences},
+            [] { return mouse; });
+    }
+    void cleanup()
+    {
+        delete popup;
+        delete m_preferences->windowController();
+    }
+
+    // Chrome (installed or not) and the extension last heard from `heard` seconds ago (-1:
+    // never); the main application installed or not. Then the entries offered.
+    void entries_data()
+    {
+        QTest::addColumn<bool>("chrome");
+        QTest::addColumn<int>("heard");
+        QTest::addColumn<bool>("mainApp");
+        QTest::addColumn<QStringList>("offered");
+        const QStringList all{"Lock Pexi", "Preferences…", "Get the Chrome Extension",
+                              "Safari Extension Settings"};
+        const QStringList noChrome{all[0], all[1], all[3]};
+        QTest::newRow("installed, never heard") << true << -1 << true << all;
+        QTest::newRow("installed, heard 29 s ago") << true << 29 << true << noChrome;
+        QTest::newRow("installed, heard 30 s ago") << true << 30 << true << all;
+        QTest::newRow("not installed, never heard") << false << -1 << true << noChrome;
+        QTest::newRow("no main application") << true << -1 << false << all.mid(0, 3);
+    }
+    void entries()
+    {
+        QFETCH(bool, chrome);
+        QFETCH(int, heard);
+        QFETCH(bool, mainApp);
+        QFETCH(QStringList, offered);
+        if (!chrome)
+            m_launcher.installed.clear();
+        if (!mainApp)
+            m_applications.installed.clear();
+        if (heard >= 0) {
+            const QDateTime now = m_now;
+            m_now = now.addSecs(-heard);
+            m_browsers->recordMessage(QStringLiteral("chrome"), QStringLiteral("1.0"));
+            m_now = now;
+        }
+        openPopup();
+        QStringList shown;
+        for (const auto *item : content()->findChildren<SettingsPopupMenuItem *>()) {
+            if (item->isVisible())
+                shown << item->title();
+        }
+        QCOMPARE(shown, offered);
+        QCOMPARE(content()->chromeItemDivider()->isVisible(),
+                 offered.contains("Get the Chrome Extension"));
+        QCOMPARE(content()->safariItemDivider()->isVisible(),
+                 offered.contains("Safari Extension Settings"));
+    }
+
+    // Each entry closes the pop-up, then acts.
+    void click_data()
+    {
+        QTest::addColumn<int>("entry");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("lock") << 0 << QStringList{"locked"};
+        QTest::newRow("preferences") << 1 << QStringList();
+        QTest::newRow("chrome") << 2
+                                << QStringList{"open com.google.Chrome " +
+                                               Deployment::chromeExtensionStorePage};
+        QTest::newRow("safari") << 3
+                                << QStringList{"launch " + MacAppController::bundleIdentifier +
+                                               " open_safari_preferences"};
+    }
+    void click()
+    {
+        QFETCH(int, entry);
+        QFETCH(QStringList, expected);
+        // Unlocking derives the key: only where the lock entry needs an open vault.
+        if (entry == 0)
+            QVERIFY(m_vault->unlock());
+        openPopup();
+        const auto items = content()->findChildren<SettingsPopupMenuItem *>();
+        auto *item = items.at(entry);
+        QTest::mouseMove(item);
+        QVERIFY(item->isHighlighted());
+        QCOMPARE(std::count_if(items.begin(), items.end(),
+                               [](auto *each) { return each->isHighlighted(); }),
+                 1);
+        QTest::mouseClick(item, Qt::LeftButton);
+        QCOMPARE(events, expected);
+        QVERIFY(!popup || !popup->isVisible());
+        if (entry == 0)
+            QCOMPARE(m_vault->locker.lockState(), LockState::locked);
+        QCOMPARE(m_preferences->windowController() != nullptr, entry == 1);
+        QTRY_VERIFY(popup.isNull());
+    }
+
+    // Opened from a button it hangs from the button's middle, from the keyboard from the mouse
+    // pointer; Escape or another window taking over closes it, doing nothing else.
+    void placeAndClose_data()
+    {
+        QTest::addColumn<bool>("fromButton");
+        QTest::addColumn<bool>("escape");
+        QTest::newRow("button, Escape") << true << true;
+        QTest::newRow("keyboard, another window") << false << false;
+    }
+    void placeAndClose()
+    {
+        QFETCH(bool, fromButton);
+        QFETCH(bool, escape);
+        QWidget list;
+        list.setGeometry(300, 200, 320, 400);
+        auto *settings = new QPushButton("Settings", &list);
+        settings->setGeometry(260, 10, 40, 30);
+        list.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&list));
+        openPopup(fromButton ? settings : nullptr);
+        const QPoint anchor = fromButton ? QPoint(300 + 280, 200 + 25) : mouse.toPoint();
+        QCOMPARE(popup->geometry().topLeft() + QPoint(popup->width(), 0), anchor);
+        QTRY_COMPARE(QApplication::activeWindow(), popup.data());
+        if (escape)
+            QTest::keyClick(popup, Qt::Key_Escape);
+        else
+            list.activateWindow();
+        QTRY_VERIFY(popup.isNull());
+        QVERIFY(events.isEmpty());
+    }
+
+    // The icons are drawn in the text colour, light or dark.
+    void iconsFollowThePalette()
+    {
+        openPopup();
+        auto *item = content()->preferencesItemView();
+        for (const QColor text : {QColor(Qt::black), QColor(240, 240, 240)}) {
+            QPalette palette = popup->palette();
+            palette.setColor(QPalette::Text, text);
+            popup->setPalette(palette);
+            QSet<QRgb> opaque;
+            const QImage icon = item->icon().toImage();
+            for (int i = 0; i < icon.width() * icon.height(); ++i) {
+                if (qAlpha(icon.pixel(i % icon.width(), i / icon.width())) == 255)
+                    opaque << icon.pixel(i % icon.width(), i / icon.width());
+            }
+            QCOMPARE(opaque, QSet<QRgb>{text.rgb()});
+        }
+    }
+};
+
+QTEST_MAIN(TestSettingsPopupMenu)
+#include "tst_settingspopupmenu.moc"

@@ -1,0 +1,101 @@
+#include "platform/LinuxApplicationLauncher.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using pexi::LinuxApplicationLauncher;
+
+namespace {
+const QString bundleId = QStringLiteral("com.pexi.Password");
+const QString parameter = QStringLiteral("open_safari_preferences");
+} // namespace
+
+// The desktop entries live in a temporary XDG data directory; the program they start is a script
+// that writes the startup token it was given and its arguments, one per line.
+class TestLinuxApplicationLauncher : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_home;
+    QTemporaryDir m_data;
+    QString m_script;
+    QString m_output;
+
+    void writeEntry(const QString &lines)
+    {
+        QFile entry(m_data.filePath("applications/" + bundleId + ".desktop"));
+        QVERIFY(entry.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        entry.write(("[Desktop Entry]\nType=Application\nName=Pexi\nIcon=pexi\n" +
+                     QString(lines).replace("$SCRIPT", m_script))
+                        .toUtf8());
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_data.isValid() && m_home.isValid());
+        QVERIFY(QDir(m_data.path()).mkpath("applications"));
+        qputenv("XDG_DATA_HOME", m_home.path().toUtf8());
+        qputenv("XDG_DATA_DIRS", m_data.path().toUtf8());
+        // A token the desktop would hand the launched application to give it the focus.
+        qputenv("DESKTOP_STARTUP_ID", "worker-token");
+        m_script = m_data.filePath("main-app");
+        m_output = m_data.filePath("launched");
+        QFile script(m_script);
+        QVERIFY(script.open(QIODevice::WriteOnly));
+        script.write("#!/bin/sh\n{ echo \"${DESKTOP_STARTUP_ID:-no token}\"; printf '%s\\n' "
+                     "\"$@\"; } > " +
+                     m_output.toUtf8() + ".part\nmv " + m_output.toUtf8() + ".part " +
+                     m_output.toUtf8() + "\n");
+        script.setPermissions(script.permissions() | QFile::ExeOwner);
+    }
+    void cleanup() { QFile::remove(m_output); }
+
+    // Lines of the entry after its name; whether it counts as installed; what the application was
+    // started with (empty when it was not).
+    void launch_data()
+    {
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<bool>("installed");
+        QTest::addColumn<QStringList>("started");
+        const QStringList plain{"no token", parameter};
+        QTest::newRow("URL field code") << "Exec=$SCRIPT %U" << true << plain;
+        QTest::newRow("no field code: appended")
+            << "Exec=$SCRIPT --background" << true
+            << QStringList{"no token", "--background", parameter};
+        QTest::newRow("code inside an argument")
+            << "Exec=$SCRIPT --uri=%u" << true << QStringList{"no token", "--uri=" + parameter};
+        QTest::newRow("quoted, icon, name, percent")
+            << "Exec=\"$SCRIPT\" \"a %u b\" %i %c 100%% %f" << true
+            << QStringList{"no token", "a %u b", "--icon", "pexi", "Pexi", "100%", parameter};
+        // A string escape comes before the Exec quoting, so \s separates arguments.
+        QTest::newRow("escaped space") << "Exec=$SCRIPT two\\sparts %F" << true
+                                       << QStringList{"no token", "two", "parts", parameter};
+        QTest::newRow("hidden") << "Exec=$SCRIPT %U\nHidden=true" << false << QStringList();
+        QTest::newRow("TryExec missing")
+            << "Exec=$SCRIPT %U\nTryExec=/nonexistent/main-app" << false << QStringList();
+
+        QTest::newRow("unclosed quote") << "Exec=\"$SCRIPT %U" << false << QStringList();
+    }
+    void launch()
+    {
+        QFETCH(QString, entry);
+        QFETCH(bool, installed);
+        QFETCH(QStringList, started);
+        writeEntry(entry);
+        LinuxApplicationLauncher launcher;
+        QCOMPARE(launcher.isInstalled(bundleId), installed);
+        QCOMPARE(launcher.isInstalled(QStringLiteral("com.pexi.Other")), false);
+        QCOMPARE(launcher.launch(bundleId, parameter), installed);
+        if (!installed)
+            return;
+        QTRY_VERIFY(QFile::exists(m_output));
+        QFile output(m_output);
+        QVERIFY(output.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(output.readAll()).split('\n', Qt::SkipEmptyParts), started);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLinuxApplicationLauncher)
+#include "tst_linuxapplicationlauncher.moc"
