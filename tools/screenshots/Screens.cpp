@@ -7,6 +7,9 @@
 #include "app/SettingsPopupMenuWindow.h"
 #include "extension/BrowserController.h"
 #include "platform/ApplicationLauncher.h"
+#include "recall/RecallCollectionViewController.h"
+#include "recall/RecallViewController.h"
+#include "support/DesktopDoubles.h"
 #include "support/RecordingLauncher.h"
 #include "support/TemporaryVault.h"
 #include "ui/Appearance.h"
@@ -140,6 +143,37 @@ QWidget *preferencesWindow(ScreenshotContext &context)
     return new pexi::PreferencesViewController(preferences, browsersWithChrome(context));
 }
 
+// The unlock on a fresh vault of its own: no browser is opened and nothing is unlocked.
+pexi::RecallViewController *recallScreen(ScreenshotContext &context)
+{
+    qputenv("PEXI_NO_KEYRING", "1");
+    auto &vault = context.keep<TemporaryVault>();
+    auto &grids = context.keep<pexi::GridLibrary>(vault.vault);
+    auto &launcher = context.keep<NullLauncher>();
+    auto &browser = context.keep<pexi::BrowserController>(launcher);
+    auto *screen =
+        new pexi::RecallViewController({grids, vault.vault, vault.locker, browser, launcher});
+    screen->setAutoFillBackground(true);
+    screen->resize(340, 440);
+    return screen;
+}
+
+// Two pictures of the first grid picked.
+QWidget *recallPartlyPicked(ScreenshotContext &context)
+{
+    pexi::RecallViewController *screen = recallScreen(context);
+    screen->page(0)->toggleSelectionAt(1);
+    screen->page(0)->toggleSelectionAt(5);
+    return screen;
+}
+
+QWidget *recallFailure(ScreenshotContext &context)
+{
+    pexi::RecallViewController *screen = recallScreen(context);
+    screen->presentFailure({});
+    return screen;
+}
+
 } // namespace
 
 QList<Screen> screens()
@@ -149,5 +183,8 @@ QList<Screen> screens()
         {QStringLiteral("hud"), hudOverSheet, 500},
         {QStringLiteral("settings-popup"), settingsPopup},
         {QStringLiteral("preferences"), preferencesWindow},
+        {QStringLiteral("recall"), recallPartlyPicked},
+        // Long enough for the failure screen to slide in.
+        {QStringLiteral("recall-failure"), recallFailure, 400},
     };
 }
