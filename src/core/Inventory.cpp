@@ -56,25 +56,6 @@ QString typedHost(const QString &site, const std::optional<HostnameInfo> &host)
     return host ? host->host() : site.trimmed().toLower();
 }
 
-// The host of each site text, parsed once: a vault holds several logins for most sites, and
-// parsing (the public suffix lookup above all) is the dearest part of preparing an item.
-class SiteHosts
-{
-public:
-    std::optional<HostnameInfo> hostOf(const std::optional<QString> &site)
-    {
-        if (!site)
-            return std::nullopt;
-        auto parsed = m_parsed.constFind(*site);
-        if (parsed == m_parsed.constEnd())
-            parsed = m_parsed.insert(*site, parseHost(site));
-        return *parsed;
-    }
-
-private:
-    QHash<QString, std::optional<HostnameInfo>> m_parsed;
-};
-
 QCollator listCollator()
 {
     QCollator collator{QLocale()};
@@ -124,9 +105,8 @@ struct SearchText
 
 struct Inventory::Entry
 {
-    Entry(const InventoryItem &item, const QCollator &collator,
-          const std::optional<HostnameInfo> &host)
-        : Entry(item, collator, SearchText(item), host)
+    Entry(const InventoryItem &item, const QCollator &collator)
+        : Entry(item, collator, SearchText(item), parseHost(item.site()))
     {
     }
     Entry(const InventoryItem &item, const QCollator &collator, const SearchText &search,
@@ -171,8 +151,7 @@ Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
     batch.entries.resize(items.size());
     if (items.size() < bulkBatch) {
         for (qsizetype i = 0; i < items.size(); ++i)
-            batch.entries[i] = std::make_shared<const Entry>(items.at(i), m_collator,
-                                                             parseHost(items.at(i).site()));
+            batch.entries[i] = std::make_shared<const Entry>(items.at(i), m_collator);
         return batch;
     }
     // Folding, sort keys and host parsing are most of an unlock's work: spread them over the
@@ -181,13 +160,10 @@ Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
     QMutex runsLock;
     forEachRange(items.size(), bulkBatch, [&](qsizetype begin, qsizetype end) {
         const QCollator collator = listCollator();
-        SiteHosts hosts;
         std::vector<const Entry *> run;
         run.reserve(size_t(end - begin));
         for (qsizetype i = begin; i < end; ++i) {
-            const InventoryItem &item = items.at(i);
-            batch.entries[i] =
-                std::make_shared<const Entry>(item, collator, hosts.hostOf(item.site()));
+            batch.entries[i] = std::make_shared<const Entry>(items.at(i), collator);
             if (batch.entries[i]->listed())
                 run.push_back(batch.entries[i].get());
         }
