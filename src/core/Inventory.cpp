@@ -145,34 +145,29 @@ void Inventory::setChangeListener(ChangeListener listener)
     m_changeListener = std::move(listener);
 }
 
-Inventory::Batch Inventory::prepare(qsizetype count, const ItemReader &read) const
+Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
 {
     Batch batch;
-    batch.entries.resize(count);
-    // The listed entries of [begin, end), in inventory order.
-    const auto prepareRange = [&](qsizetype begin, qsizetype end, const QCollator &collator) {
+    batch.entries.resize(items.size());
+    if (items.size() < bulkBatch) {
+        for (qsizetype i = 0; i < items.size(); ++i)
+            batch.entries[i] = std::make_shared<const Entry>(items.at(i), m_collator);
+        return batch;
+    }
+    // Folding, sort keys and host parsing are most of an unlock's work: spread them over the
+    // cores, each range also sorting its own entries so that ordering the batch is one merge.
+    // Each thread has its own collator; one is not meant to be shared between threads.
+    QMutex runsLock;
+    forEachRange(items.size(), bulkBatch, [&](qsizetype begin, qsizetype end) {
+        const QCollator collator = listCollator();
         std::vector<const Entry *> run;
         run.reserve(size_t(end - begin));
         for (qsizetype i = begin; i < end; ++i) {
-            if (const std::optional<InventoryItem> item = read(i)) {
-                batch.entries[i] = std::make_shared<const Entry>(*item, collator);
-                if (batch.entries[i]->listed())
-                    run.push_back(batch.entries[i].get());
-            }
+            batch.entries[i] = std::make_shared<const Entry>(items.at(i), collator);
+            if (batch.entries[i]->listed())
+                run.push_back(batch.entries[i].get());
         }
         std::sort(run.begin(), run.end(), listedBefore);
-        return run;
-    };
-    if (count < bulkBatch) {
-        prepareRange(0, count, m_collator);
-        return batch;
-    }
-    // Reading, folding, sort keys and host parsing are most of an unlock's work: spread them
-    // over the cores, each range also sorting its own entries so that ordering the batch is one
-    // merge. Each thread has its own collator; one is not meant to be shared between threads.
-    QMutex runsLock;
-    forEachRange(count, bulkBatch, [&](qsizetype begin, qsizetype end) {
-        std::vector<const Entry *> run = prepareRange(begin, end, listCollator());
         const QMutexLocker locked(&runsLock);
         batch.sortedRuns.push_back(std::move(run));
     });
@@ -198,8 +193,6 @@ void Inventory::put(Batch batch)
         });
     }
     for (const EntryPointer &entry : entries) {
-        if (!entry)
-            continue;
         const QString &uuid = entry->item.uuid();
         // One hash lookup both finds the entry this one replaces and puts this one in its place.
         EntryPointer previous = std::exchange(m_entries[uuid], entry);
@@ -249,21 +242,12 @@ void Inventory::put(Batch batch)
 
 void Inventory::load(const QList<InventoryItem> &items)
 {
-    load(items.size(), [&](qsizetype i) { return items.at(i); });
-}
-
-qsizetype Inventory::load(qsizetype count, const ItemReader &read)
-{
-    Batch batch = prepare(count, read);
-    const qsizetype loaded =
-        std::ranges::count_if(batch.entries, [](const EntryPointer &entry) { return bool(entry); });
-    put(std::move(batch));
-    return loaded;
+    put(prepare(items));
 }
 
 void Inventory::save(const QList<InventoryItem> &items)
 {
-    Batch batch = prepare(items.size(), [&](qsizetype i) { return items.at(i); });
+    Batch batch = prepare(items);
     m_writer.saveItems(items); // throws before memory changes when the write fails
     put(std::move(batch));
 }

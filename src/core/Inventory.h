@@ -57,11 +57,6 @@ public:
     // Loading and sync: puts items as read from the vault, without writing them back. A large
     // batch is prepared on every core.
     void load(const QList<InventoryItem> &items);
-    // The same for the items `read` gives for each index below `count` (none: nothing there),
-    // read where they are prepared, on every core for a large batch: `read` must be callable
-    // from several threads at once. Returns how many items it put.
-    using ItemReader = std::function<std::optional<InventoryItem>(qsizetype index)>;
-    qsizetype load(qsizetype count, const ItemReader &read);
 
     // Told after every change that listed, changed or removed items, whoever made it (a save
     // here, or sync loading what another process wrote), on the thread that made it.
@@ -80,7 +75,7 @@ private:
 
     void put(Batch batch);
     void save(const QList<InventoryItem> &items);
-    Batch prepare(qsizetype count, const ItemReader &read) const;
+    Batch prepare(const QList<InventoryItem> &items) const;
     const Entry *findSameLogin(const InventoryItem &item) const;
     static bool listedBefore(const Entry *a, const Entry *b);
 

@@ -1,5 +1,6 @@
 #include "core/VaultSession.h"
 
+#include "core/Parallel.h"
 #include "core/VaultCipher.h"
 #include "core/VaultError.h"
 
@@ -12,7 +13,7 @@ namespace pexi {
 VaultSession::VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key, SealedRows rows)
     : m_key(std::move(key)), m_file(std::move(file)), m_inventory(*this)
 {
-    loadRows(rows);
+    m_inventory.load(openRows(rows));
 }
 
 std::unique_ptr<VaultSession>
@@ -22,7 +23,6 @@ VaultSession::open(std::unique_ptr<VaultFile> file,
     VaultFile &reading = *file;
     std::future<SealedRows> rows =
         std::async(std::launch::async, [&reading] { return readRows(reading, 0); });
-    std::optional<ProfPhase> pp;
     std::optional<SecureBytes> key;
     try {
         key = deriveKey();
@@ -46,26 +46,34 @@ VaultSession::SealedRows VaultSession::readRows(VaultFile &file, qint64 afterRev
     return rows;
 }
 
-qsizetype VaultSession::loadRows(const SealedRows &rows)
+QList<InventoryItem> VaultSession::readItemsSinceLastRevision()
+{
+    return openRows(readRows(*m_file, m_revision));
+}
+
+QList<InventoryItem> VaultSession::openRows(const SealedRows &rows)
 {
     const QList<VaultFile::SealedItem> &sealed = rows.items;
-    // Decrypting and reading the items is most of an unlock after the key: each is opened on
-    // the core that prepares it for the inventory, while it is still in that core's cache.
-    std::vector<char> failed(size_t(sealed.size()), false);
-    const qsizetype loaded = m_inventory.load(sealed.size(), [&](qsizetype i) {
-        std::optional<InventoryItem> item = openItem(sealed.at(i));
-        failed[size_t(i)] = !item;
-        return item;
+    // Decrypting and reading the items is most of an unlock after the key: every core helps.
+    std::vector<std::optional<InventoryItem>> opened(size_t(sealed.size()));
+    forEachRange(sealed.size(), 512, [&](qsizetype begin, qsizetype end) {
+        for (qsizetype i = begin; i < end; ++i)
+            opened[size_t(i)] = openItem(sealed.at(i));
     });
+    QList<InventoryItem> items;
+    items.reserve(sealed.size());
     for (qsizetype i = 0; i < sealed.size(); ++i) {
         const QString &uuid = sealed.at(i).uuid;
-        if (!failed[size_t(i)])
-            m_unreadable.removeOne(uuid);
-        else if (!m_unreadable.contains(uuid))
-            m_unreadable.append(uuid);
+        if (!opened[size_t(i)]) {
+            if (!m_unreadable.contains(uuid))
+                m_unreadable.append(uuid);
+            continue;
+        }
+        m_unreadable.removeOne(uuid);
+        items.append(std::move(*opened[size_t(i)]));
     }
     m_revision = rows.revision;
-    return loaded;
+    return items;
 }
 
 std::optional<InventoryItem> VaultSession::openItem(const VaultFile::SealedItem &row) const
@@ -87,7 +95,9 @@ bool VaultSession::reloadChangedItems()
 {
     if (m_file->revision() == m_revision)
         return false;
-    return loadRows(readRows(*m_file, m_revision)) > 0;
+    const QList<InventoryItem> changed = readItemsSinceLastRevision();
+    m_inventory.load(changed);
+    return !changed.isEmpty();
 }
 
 void VaultSession::saveItems(const QList<InventoryItem> &items)

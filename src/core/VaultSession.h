@@ -47,8 +47,8 @@ private:
 
     VaultSession(std::unique_ptr<VaultFile> file, SecureBytes key, SealedRows rows);
     static SealedRows readRows(VaultFile &file, qint64 afterRevision);
-    // Opens the rows into the inventory; returns how many could be read.
-    qsizetype loadRows(const SealedRows &rows);
+    QList<InventoryItem> openRows(const SealedRows &rows);
+    QList<InventoryItem> readItemsSinceLastRevision();
     std::optional<InventoryItem> openItem(const VaultFile::SealedItem &row) const;
 
     SecureBytes m_key;
