@@ -5,10 +5,12 @@
 
 #include <QCollatorSortKey>
 #include <QLocale>
+#include <QMutex>
 
 #include <algorithm>
 #include <future>
 #include <unordered_set>
+#include <utility>
 
 namespace pexi {
 
@@ -80,12 +82,18 @@ struct SearchText
 
     void appendFolded(const QString &part)
     {
-        // Most of what people type is ASCII, where folding is lower-casing.
-        if (std::all_of(part.begin(), part.end(), [](QChar c) { return c.unicode() < 0x80; })) {
-            for (const QChar c : part)
-                text += c.unicode() >= 'A' && c.unicode() <= 'Z' ? QChar(c.unicode() + 32) : c;
-        } else {
-            text += fold(part);
+        // Most of what people type is ASCII, where folding is lower-casing, written in place.
+        const qsizetype at = text.size();
+        text.resize(at + part.size());
+        char16_t *out = reinterpret_cast<char16_t *>(text.data()) + at;
+        for (const QChar c : part) {
+            const char16_t u = c.unicode();
+            if (u >= 0x80) {
+                text.truncate(at);
+                text += fold(part);
+                return;
+            }
+            *out++ = u >= 'A' && u <= 'Z' ? char16_t(u + 32) : u;
         }
     }
 
@@ -137,26 +145,38 @@ void Inventory::setChangeListener(ChangeListener listener)
     m_changeListener = std::move(listener);
 }
 
-QList<Inventory::EntryPointer> Inventory::prepare(const QList<InventoryItem> &items) const
+Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
 {
-    QList<EntryPointer> entries(items.size());
+    Batch batch;
+    batch.entries.resize(items.size());
     if (items.size() < bulkBatch) {
         for (qsizetype i = 0; i < items.size(); ++i)
-            entries[i] = std::make_shared<const Entry>(items.at(i), m_collator);
-        return entries;
+            batch.entries[i] = std::make_shared<const Entry>(items.at(i), m_collator);
+        return batch;
     }
     // Folding, sort keys and host parsing are most of an unlock's work: spread them over the
-    // cores. Each thread has its own collator; one is not meant to be shared between threads.
+    // cores, each range also sorting its own entries so that ordering the batch is one merge.
+    // Each thread has its own collator; one is not meant to be shared between threads.
+    QMutex runsLock;
     forEachRange(items.size(), bulkBatch, [&](qsizetype begin, qsizetype end) {
         const QCollator collator = listCollator();
-        for (qsizetype i = begin; i < end; ++i)
-            entries[i] = std::make_shared<const Entry>(items.at(i), collator);
+        std::vector<const Entry *> run;
+        run.reserve(size_t(end - begin));
+        for (qsizetype i = begin; i < end; ++i) {
+            batch.entries[i] = std::make_shared<const Entry>(items.at(i), collator);
+            if (batch.entries[i]->listed())
+                run.push_back(batch.entries[i].get());
+        }
+        std::sort(run.begin(), run.end(), listedBefore);
+        const QMutexLocker locked(&runsLock);
+        batch.sortedRuns.push_back(std::move(run));
     });
-    return entries;
+    return batch;
 }
 
-void Inventory::put(const QList<EntryPointer> &entries)
+void Inventory::put(Batch batch)
 {
+    const QList<EntryPointer> &entries = batch.entries;
     InventoryChange change;
     std::unordered_set<const Entry *> replaced;
     std::vector<const Entry *> listed;
@@ -165,19 +185,17 @@ void Inventory::put(const QList<EntryPointer> &entries)
     m_entries.reserve(m_entries.size() + entries.size());
     // Keeps each replaced entry alive until it has left the order.
     QList<EntryPointer> previousEntries;
-    // A large batch is sorted on another core while the indexes take it in here.
+    // A large batch's sorted runs are merged on another core while the indexes take it in here.
     std::future<void> sorted;
     if (bulk) {
-        for (const EntryPointer &entry : entries) {
-            if (entry->listed())
-                listed.push_back(entry.get());
-        }
-        sorted = std::async(std::launch::async,
-                            [&listed] { std::sort(listed.begin(), listed.end(), listedBefore); });
+        sorted = std::async(std::launch::async, [&] {
+            listed = mergeSortedRuns(std::move(batch.sortedRuns), listedBefore);
+        });
     }
     for (const EntryPointer &entry : entries) {
         const QString &uuid = entry->item.uuid();
-        EntryPointer previous = m_entries.value(uuid);
+        // One hash lookup both finds the entry this one replaces and puts this one in its place.
+        EntryPointer previous = std::exchange(m_entries[uuid], entry);
         const bool wasListed = previous && previous->listed();
         if (wasListed) {
             if (!previous->domain.isEmpty())
@@ -205,10 +223,9 @@ void Inventory::put(const QList<EntryPointer> &entries)
         }
         if (previous)
             previousEntries.append(std::move(previous));
-        m_entries.insert(uuid, entry);
     }
     if (bulk) {
-        // One sort of the batch and one merge, rather than an insertion per item.
+        // One merge of the batch into the order, rather than an insertion per item.
         sorted.get();
         const auto wasReplaced = [&](const Entry *entry) { return replaced.contains(entry); };
         std::erase_if(m_order, wasReplaced);
@@ -230,9 +247,9 @@ void Inventory::load(const QList<InventoryItem> &items)
 
 void Inventory::save(const QList<InventoryItem> &items)
 {
-    const QList<EntryPointer> entries = prepare(items);
+    Batch batch = prepare(items);
     m_writer.saveItems(items); // throws before memory changes when the write fails
-    put(entries);
+    put(std::move(batch));
 }
 
 QList<InventoryItem> Inventory::itemList() const

@@ -66,9 +66,16 @@ private:
     struct Entry;
     using EntryPointer = std::shared_ptr<const Entry>;
 
-    void put(const QList<EntryPointer> &entries);
+    // Entries ready to be put; a large batch also comes as sorted runs of its listed entries.
+    struct Batch
+    {
+        QList<EntryPointer> entries;
+        std::vector<std::vector<const Entry *>> sortedRuns;
+    };
+
+    void put(Batch batch);
     void save(const QList<InventoryItem> &items);
-    QList<EntryPointer> prepare(const QList<InventoryItem> &items) const;
+    Batch prepare(const QList<InventoryItem> &items) const;
     const Entry *findSameLogin(const InventoryItem &item) const;
     static bool listedBefore(const Entry *a, const Entry *b);
 

@@ -9,7 +9,10 @@ namespace pexi {
 namespace {
 void ensureSodium()
 {
-    if (sodium_init() < 0)
+    // Once: sodium_init takes a process-wide lock on every call, and items are opened by the
+    // hundred thousand on several threads.
+    static const bool initialised = sodium_init() >= 0;
+    if (!initialised)
         throw VaultError(QStringLiteral("The cryptography library could not be initialised."));
 }
 

@@ -78,13 +78,22 @@ private Q_SLOTS:
         QTest::newRow("deleted left out")
             << QList{item("b", "1"), InventoryItem("a", {}, "p", {}, {}, {}, "2", true)}
             << QStringList{"b"};
+        // Enough to be sorted in ranges, one per core, and merged.
+        QList<InventoryItem> many;
+        QStringList numbered;
+        for (int i = 0; i < 700; ++i) {
+            const int n = (i * 389) % 700; // every number once, shuffled
+            many.append(item(QString("item %1").arg(n, 3, 10, QChar('0')), QString::number(i)));
+            numbered.append(QString("item %1").arg(i, 3, 10, QChar('0')));
+        }
+        QTest::newRow("a large batch") << many << numbered;
     }
 
     void order()
     {
         QFETCH(QList<InventoryItem>, items);
         QFETCH(QStringList, expected);
-        seed(items);
+        withInventory([&](Inventory &inventory) { inventory.add(items); });
         withInventory(
             [&](Inventory &inventory) { QCOMPARE(titles(inventory.itemList()), expected); });
         relock();
@@ -229,31 +238,45 @@ private Q_SLOTS:
     }
 
     // The host index must agree with HostnameInfo::matches() item by item, in inventory order.
+    // Also for a batch large enough to be prepared on every core, where each site is read once.
     void itemsMatchingHostAgreesWithMatches_data()
     {
         QTest::addColumn<QString>("query");
-        QTest::newRow("subdomain") << "https://accounts.shop.example.com/x";
-        QTest::newRow("co.uk") << "www.bbc.co.uk";
-        QTest::newRow("ip") << "192.168.1.1";
-        QTest::newRow("localhost") << "localhost:8080";
-        QTest::newRow("nothing") << "nothing.example";
+        QTest::addColumn<int>("copies");
+        for (const int copies : {1, 40}) {
+            const auto row = [&](const char *name) -> QTestData & {
+                return QTest::addRow("%s, %d of each site", name, copies);
+            };
+            row("subdomain") << "https://accounts.shop.example.com/x" << copies;
+            row("co.uk") << "www.bbc.co.uk" << copies;
+            row("ip") << "192.168.1.1" << copies;
+            row("localhost") << "localhost:8080" << copies;
+            row("nothing") << "nothing.example" << copies;
+        }
     }
 
     void itemsMatchingHostAgreesWithMatches()
     {
         QFETCH(QString, query);
-        const QList<InventoryItem> items{item("b shop", "1", {}, "shop.example.com"),
-                                         item("a shop", "2", {}, "https://login.shop.example.com"),
-                                         item("bbc", "3", {}, "bbc.co.uk"),
-                                         item("other uk", "4", {}, "itv.co.uk"),
-                                         item("router", "5", {}, "192.168.1.1"),
-                                         item("other ip", "6", {}, "192.168.1.2"),
-                                         item("dev", "7", {}, "http://localhost:3000"),
-                                         item("no site", "8"),
-                                         item("not a host", "9", {}, "exa mple")};
-        seed(items);
+        QFETCH(int, copies);
+        const QList<std::pair<QString, std::optional<QString>>> sites{
+            {"b shop", "shop.example.com"},
+            {"a shop", "https://login.shop.example.com"},
+            {"bbc", "bbc.co.uk"},
+            {"other uk", "itv.co.uk"},
+            {"router", "192.168.1.1"},
+            {"other ip", "192.168.1.2"},
+            {"dev", "http://localhost:3000"},
+            {"no site", std::nullopt},
+            {"not a host", "exa mple"}};
+        QList<InventoryItem> items;
+        for (int copy = 0; copy < copies; ++copy) {
+            for (const auto &[title, site] : sites)
+                items.append(item(title, InventoryItem::newUuid(), {}, site));
+        }
+        withInventory([&](Inventory &inventory) { inventory.add(items); });
         const auto host = pexi::HostnameInfo::fromString(query);
-        withInventory([&](Inventory &inventory) {
+        const auto check = [&](Inventory &inventory) {
             QStringList expected;
             for (const InventoryItem &i : inventory.itemList()) {
                 try {
@@ -263,7 +286,10 @@ private Q_SLOTS:
                 }
             }
             QCOMPARE(titles(inventory.itemsMatchingHost(host)), expected);
-        });
+        };
+        withInventory(check);
+        relock();
+        withInventory(check);
     }
 
     // The order is kept up to date change by change (and batch by batch for large ones); it must
