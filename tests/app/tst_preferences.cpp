@@ -1,4 +1,5 @@
 #include "app/Preferences.h"
+#include "support/TemporaryPreferences.h"
 
 #include <QSettings>
 #include <QTemporaryDir>
@@ -12,17 +13,9 @@ class TestPreferences : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir m_dir;
-    std::unique_ptr<QSettings> store() const
-    {
-        return std::make_unique<QSettings>(m_dir.filePath("worker.conf"), QSettings::IniFormat);
-    }
-    std::unique_ptr<Preferences> preferences() const
-    {
-        auto preferences = std::make_unique<Preferences>(store());
-        Preferences::registerDefaults(*preferences);
-        return preferences;
-    }
+    TemporaryPreferences m_temporary;
+    std::unique_ptr<QSettings> store() const { return m_temporary.store(); }
+    std::unique_ptr<Preferences> preferences() const { return m_temporary.preferences(); }
 
 private slots:
     void cleanup() { store()->clear(); }

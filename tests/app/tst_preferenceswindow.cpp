@@ -3,6 +3,7 @@
 #include "app/Transformers.h"
 #include "extension/BrowserController.h"
 #include "support/DesktopDoubles.h"
+#include "support/TemporaryPreferences.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -18,19 +19,10 @@ class TestPreferencesWindow : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir m_dir;
+    TemporaryPreferences m_temporary;
     NullLauncher m_launcher;
-
-    std::unique_ptr<QSettings> store() const
-    {
-        return std::make_unique<QSettings>(m_dir.filePath("worker.conf"), QSettings::IniFormat);
-    }
-    std::unique_ptr<Preferences> preferences() const
-    {
-        auto preferences = std::make_unique<Preferences>(store());
-        Preferences::registerDefaults(*preferences);
-        return preferences;
-    }
+    std::unique_ptr<QSettings> store() const { return m_temporary.store(); }
+    std::unique_ptr<Preferences> preferences() const { return m_temporary.preferences(); }
 
 private slots:
     void cleanup() { store()->clear(); }
