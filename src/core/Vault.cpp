@@ -11,6 +11,8 @@
 #include <QSet>
 #include <QStandardPaths>
 
+#include <algorithm>
+
 #include <sodium.h>
 #include <sys/stat.h>
 
@@ -106,7 +108,6 @@ VaultHeader Vault::create(const QList<ImageGrid> &grids, const QList<QList<int>>
     if (grids.size() != 3 || pickedIndices.size() != 3)
         throw VaultError(QStringLiteral("A vault needs exactly three grids."));
     QSet<QString> shown;
-    QList<QStringList> pickedNames;
     for (int grid = 0; grid < 3; ++grid) {
         const QStringList &names = grids.at(grid).pictureNames();
         if (names.size() != ImageGrid::PictureCount)
@@ -117,14 +118,11 @@ VaultHeader Vault::create(const QList<ImageGrid> &grids, const QList<QList<int>>
             shown.insert(name);
         }
         const QList<int> &picks = pickedIndices.at(grid);
-        QStringList picked;
-        for (int index : picks)
-            picked.append(grids.at(grid).pictureName(index));
-        picked.removeAll(QString()); // out of range
-        picked.removeDuplicates();
-        if (picks.size() != 3 || picked.size() != 3)
+        const bool inGrid = std::all_of(picks.begin(), picks.end(), [](int index) {
+            return index >= 0 && index < ImageGrid::PictureCount;
+        });
+        if (picks.size() != 3 || QSet<int>(picks.begin(), picks.end()).size() != 3 || !inGrid)
             throw VaultError(QStringLiteral("Each grid needs three different pictures picked."));
-        pickedNames.append(picked);
     }
 
     VaultHeader header;
@@ -139,7 +137,7 @@ VaultHeader Vault::create(const QList<ImageGrid> &grids, const QList<QList<int>>
     const QString accountId = header.accountId.toString(QUuid::WithoutBraces);
     const SecureBytes deviceKey = VaultCipher::randomKey();
     const SecureBytes secret =
-        SecureBytes::fromUtf8(GridLibrary::recallSecretForNames(pickedNames));
+        SecureBytes::fromUtf8(GridLibrary::recallSecretFor(grids, pickedIndices));
     const SecureBytes key =
         VaultCipher::deriveKey(secret, header.salt, header.opsLimit, header.memLimit, deviceKey);
     const VaultCipher::Sealed verifier =
