@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <QImage>
+
+namespace pexi {
+
+// One picture of a recall grid with the letter that picks it from the keyboard. A button, so
+// that a click, a screen reader's press and its "checked" state come for free; whether it is
+// picked is the grid's to say (showSelected / showUnselected), never the click's.
+class RecallCollectionViewItem : public QAbstractButton
+{
+    Q_OBJECT
+public:
+    explicit RecallCollectionViewItem(QWidget *parent = nullptr);
+
+    // An empty name shows no picture.
+    void setPictureName(const QString &name);
+    QString pictureName() const { return m_pictureName; }
+    void setLetter(const QString &letter);
+    QString letter() const { return m_letter; }
+
+    void showSelected();
+    void showUnselected();
+
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void nextCheckState() override {}
+
+private:
+    void describe();
+    // The picture at the size it is drawn, in device pixels, so that it stays crisp.
+    const QImage &picture(int side);
+
+    QString m_pictureName;
+    QString m_letter;
+    QImage m_picture;
+    QColor m_borderColor;
+    int m_borderWidth = 1;
+};
+
+} // namespace pexi

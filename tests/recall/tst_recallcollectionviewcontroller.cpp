@@ -1,0 +1,105 @@
+#include "support/TemporaryVault.h"
+
+#include "recall/RecallCollectionViewController.h"
+#include "recall/RecallCollectionViewControllerDelegate.h"
+#include "recall/RecallCollectionViewItem.h"
+
+#include <QTest>
+
+using pexi::RecallCollectionViewController;
+
+namespace {
+
+struct CountingDelegate : pexi::RecallCollectionViewControllerDelegate
+{
+    void recallCollectionViewControllerDidSelectItem(RecallCollectionViewController *) override
+    {
+        ++calls;
+    }
+    int calls = 0;
+};
+
+// A step of the user: a click on the picture at an index, or a key.
+struct Step
+{
+    int click = -1;
+    char key = 0;
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(QList<Step>)
+
+class TestRecallCollectionViewController : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { qputenv("PEXI_NO_KEYRING", "1"); }
+
+    void picks_data()
+    {
+        QTest::addColumn<QList<Step>>("steps");
+        QTest::addColumn<QList<int>>("selection");
+        QTest::addColumn<int>("reports");
+        QTest::newRow("click") << QList<Step>{{4}} << QList<int>{4} << 1;
+        QTest::newRow("lower-case and upper-case letters")
+            << QList<Step>{{-1, 'a'}, {-1, 'O'}} << QList<int>{0, 14} << 2;
+        QTest::newRow("the same letter twice takes it back")
+            << QList<Step>{{-1, 'b'}, {-1, 'B'}} << QList<int>{} << 2;
+        QTest::newRow("P and digits are no pictures")
+            << QList<Step>{{-1, 'p'}, {-1, 'P'}, {-1, '1'}, {-1, '0'}} << QList<int>{} << 0;
+        QTest::newRow("a full grid takes no more")
+            << QList<Step>{{0}, {1}, {2}, {3}, {-1, 'e'}} << QList<int>{0, 1, 2} << 3;
+        QTest::newRow("until one is taken back")
+            << QList<Step>{{0}, {1}, {2}, {1}, {3}} << QList<int>{0, 2, 3} << 5;
+    }
+
+    void picks()
+    {
+        QFETCH(QList<Step>, steps);
+        QFETCH(QList<int>, selection);
+        QFETCH(int, reports);
+        TemporaryVault v;
+        RecallCollectionViewController grid;
+        grid.setImageGrid(pexi::GridLibrary(v.vault).grids().value(0));
+        CountingDelegate delegate;
+        grid.setDelegate(&delegate);
+        grid.show();
+        for (const Step &step : steps) {
+            if (step.click >= 0)
+                QTest::mouseClick(grid.item(step.click), Qt::LeftButton);
+            else
+                QTest::keyClick(&grid, step.key);
+        }
+        QList<int> picked = grid.selection();
+        std::sort(picked.begin(), picked.end());
+        QCOMPARE(picked, selection);
+        QCOMPARE(delegate.calls, reports);
+        QCOMPARE(grid.hasCompletedSelection(), selection.size() == grid.requiredTargetCount);
+        for (int index = 0; index < pexi::ImageGrid::PictureCount; ++index)
+            QCOMPARE(grid.item(index)->isChecked(), selection.contains(index));
+
+        grid.resetSelection();
+        QVERIFY(grid.selection().isEmpty());
+        QVERIFY(!grid.item(selection.value(0))->isChecked());
+    }
+
+    // Each picture is named for a screen reader by its letter and described by what it shows.
+    void itemsDescribeThemselves()
+    {
+        TemporaryVault v;
+        const pexi::ImageGrid imageGrid = pexi::GridLibrary(v.vault).grids().value(2);
+        RecallCollectionViewController grid;
+        grid.setImageGrid(imageGrid);
+        QCOMPARE(grid.item(0)->accessibleName(), "Picture A");
+        QCOMPARE(grid.item(14)->accessibleName(), "Picture O");
+        QCOMPARE(grid.item(14)->accessibleDescription(), imageGrid.pictureName(14));
+        grid.setAcceptsPicks(false);
+        QTest::mouseClick(grid.item(3), Qt::LeftButton);
+        QVERIFY(grid.selection().isEmpty());
+    }
+};
+
+QTEST_MAIN(TestRecallCollectionViewController)
+#include "tst_recallcollectionviewcontroller.moc"
