@@ -12,6 +12,8 @@
 #include "extension/ExtensionHandler.h"
 #include "extension/ExtensionServer.h"
 #include "platform/DBusNotificationCenter.h"
+#include "platform/PortalColorSchemeMonitor.h"
+#include "ui/Appearance.h"
 
 #include <QCursor>
 #include <QDateTime>
@@ -43,6 +45,14 @@ AppDelegate::~AppDelegate() = default;
 
 bool AppDelegate::applicationDidFinishLaunching()
 {
+    // The monitor reads the desktop's palette before the appearance replaces it with ours.
+    m_colorScheme = std::make_unique<PortalColorSchemeMonitor>();
+    Appearance &appearance = Appearance::instance();
+    appearance.setDark(m_colorScheme->prefersDark());
+    QObject::connect(m_colorScheme.get(), &ColorSchemeMonitor::prefersDarkChanged, &appearance,
+                     &Appearance::setDark);
+    appearance.apply();
+
     Preferences::registerDefaults();
 
     SyncService &sync = SyncService::shared();

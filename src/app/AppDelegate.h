@@ -6,6 +6,7 @@
 
 namespace pexi {
 
+class ColorSchemeMonitor;
 class SavePasswordController;
 class UserNotificationCenter;
 
@@ -24,6 +25,8 @@ public:
     void applicationWillTerminate();
 
 private:
+    // Feeds the appearance whether the desktop prefers dark colours.
+    std::unique_ptr<ColorSchemeMonitor> m_colorScheme;
     // In this order, so that the capture lets go of the centre before the centre goes.
     std::unique_ptr<UserNotificationCenter> m_notifications;
     // Until the floating window exists, opening it is only logged.

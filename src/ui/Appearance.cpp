@@ -167,10 +167,11 @@ QString Appearance::styleSheet() const
                " border-radius: 6px; padding: 5px 8px;"
                " selection-background-color: %1; selection-color: #ffffff; }"
                "QLineEdit:focus { border: 1px solid %4; }"
-               "QLineEdit:disabled { color: %6; }")
+               "QLineEdit:disabled { color: %6; background-color: %10; }")
         .arg(accentFill, QColor(accentFill).lighter(110).name(),
              QColor(accentFill).darker(115).name(), hex(Color::Accent), hex(Color::Selection),
-             hex(Color::SecondaryText), hex(Color::Border), hex(Color::Surface), hex(Color::Text));
+             hex(Color::SecondaryText), hex(Color::Border), hex(Color::Surface), hex(Color::Text),
+             hex(Color::Background));
 }
 
 void Appearance::apply()

@@ -1,0 +1,95 @@
+#include "Screens.h"
+
+#include "ui/Appearance.h"
+#include "ui/Hud.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+using pexi::Appearance;
+
+namespace {
+
+QPushButton *styledButton(const QString &text, const char *style, bool enabled = true)
+{
+    auto *button = new QPushButton(text);
+    button->setProperty("buttonStyle", QString::fromLatin1(style));
+    button->setAccessibleName(text);
+    button->setEnabled(enabled);
+    return button;
+}
+
+// Every styled control once, at the floating window's size.
+QWidget *toolkitSheet(ScreenshotContext &)
+{
+    auto *sheet = new QWidget;
+    sheet->setAccessibleName(QStringLiteral("Toolkit"));
+    sheet->setAutoFillBackground(true);
+    sheet->resize(340, 440);
+
+    auto *title = new QLabel(QStringLiteral("Add Password"));
+    title->setFont(Appearance::mediumFont(17));
+    auto *body = new QLabel(QStringLiteral("Saved logins are encrypted on this device."));
+    body->setWordWrap(true);
+    QPalette secondary = body->palette();
+    secondary.setColor(QPalette::WindowText,
+                       Appearance::instance().color(Appearance::Color::SecondaryText));
+    body->setPalette(secondary);
+
+    auto *site = new QLineEdit;
+    site->setPlaceholderText(QStringLiteral("Website"));
+    site->setAccessibleName(QStringLiteral("Website"));
+    auto *username = new QLineEdit(QStringLiteral("ada@example.org"));
+    username->setAccessibleName(QStringLiteral("Username"));
+    auto *password = new QLineEdit(QStringLiteral("kV7#qe2!Lm0oO1Il"));
+    password->setAccessibleName(QStringLiteral("Password"));
+    password->setFont(Appearance::monospaceFont(14));
+    auto *disabled = new QLineEdit(QStringLiteral("Disabled field"));
+    disabled->setAccessibleName(QStringLiteral("Disabled field"));
+    disabled->setEnabled(false);
+
+    auto *layout = new QVBoxLayout(sheet);
+    layout->setContentsMargins(20, 20, 20, 20);
+    layout->setSpacing(10);
+    layout->addWidget(title);
+    layout->addWidget(body);
+    layout->addWidget(site);
+    layout->addWidget(username);
+    layout->addWidget(password);
+    layout->addWidget(disabled);
+    layout->addStretch();
+
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(styledButton(QStringLiteral("Generate"), "flat"));
+    buttons->addStretch();
+    buttons->addWidget(styledButton(QStringLiteral("Cancel"), "secondary"));
+    buttons->addWidget(styledButton(QStringLiteral("Save"), "primary"));
+    layout->addLayout(buttons);
+    auto *disabledButtons = new QHBoxLayout;
+    disabledButtons->addWidget(styledButton(QStringLiteral("Flat"), "flat", false));
+    disabledButtons->addStretch();
+    disabledButtons->addWidget(styledButton(QStringLiteral("Secondary"), "secondary", false));
+    disabledButtons->addWidget(styledButton(QStringLiteral("Primary"), "primary", false));
+    layout->addLayout(disabledButtons);
+    return sheet;
+}
+
+QWidget *hudOverSheet(ScreenshotContext &context)
+{
+    QWidget *sheet = toolkitSheet(context);
+    pexi::hudWithTitle(sheet, QStringLiteral("Password copied"));
+    return sheet;
+}
+
+} // namespace
+
+QList<Screen> screens()
+{
+    return {
+        {QStringLiteral("toolkit"), toolkitSheet},
+        {QStringLiteral("hud"), hudOverSheet, 500},
+    };
+}
