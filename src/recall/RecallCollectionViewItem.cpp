@@ -1,6 +1,7 @@
 #include "recall/RecallCollectionViewItem.h"
 
 #include "core/PictureLibrary.h"
+#include "ui/Appearance.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -12,12 +13,9 @@ namespace {
 constexpr int boxRadius = 8;
 constexpr int pictureMargin = 10;
 
-QColor accent(qreal alpha)
-{
-    QColor color(0x00, 0x7a, 0xff);
-    color.setAlphaF(alpha);
-    return color;
-}
+// The pick is drawn in the accent colour, faint enough for the picture to stay the thing seen.
+constexpr qreal selectedAlpha = 0.3;
+constexpr int selectedWidth = 3;
 
 } // namespace
 
@@ -53,15 +51,15 @@ void RecallCollectionViewItem::describe()
 
 void RecallCollectionViewItem::showSelected()
 {
-    m_borderColor = accent(0.3);
-    m_borderWidth = 3;
+    m_borderAlpha = selectedAlpha;
+    m_borderWidth = selectedWidth;
     setChecked(true);
     update();
 }
 
 void RecallCollectionViewItem::showUnselected()
 {
-    m_borderColor = accent(0);
+    m_borderAlpha = 0;
     m_borderWidth = 1;
     setChecked(false);
     update();
@@ -88,7 +86,7 @@ void RecallCollectionViewItem::paintEvent(QPaintEvent *)
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF box = QRectF(rect()).adjusted(1.5, 1.5, -1.5, -1.5);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(palette().color(QPalette::Base));
+    painter.setBrush(Appearance::instance().color(Appearance::Color::Surface));
     painter.drawRoundedRect(box, boxRadius, boxRadius);
 
     const int side = std::min(width(), height()) - 2 * pictureMargin;
@@ -100,15 +98,14 @@ void RecallCollectionViewItem::paintEvent(QPaintEvent *)
                 image);
     }
 
-    QFont font = painter.font();
-    font.setPixelSize(11);
-    font.setWeight(QFont::DemiBold);
-    painter.setFont(font);
-    painter.setPen(palette().color(QPalette::PlaceholderText));
+    painter.setFont(Appearance::mediumFont(11));
+    painter.setPen(Appearance::instance().color(Appearance::Color::SecondaryText));
     painter.drawText(box.adjusted(6, 3, -6, -3), Qt::AlignLeft | Qt::AlignTop, m_letter);
 
+    QColor border = Appearance::instance().color(Appearance::Color::Accent);
+    border.setAlphaF(m_borderAlpha);
     painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(m_borderColor, m_borderWidth));
+    painter.setPen(QPen(border, m_borderWidth));
     const qreal inset = m_borderWidth / 2.0;
     painter.drawRoundedRect(box.adjusted(inset, inset, -inset, -inset), boxRadius, boxRadius);
 }

@@ -22,6 +22,8 @@ public:
 
     void showSelected();
     void showUnselected();
+    qreal borderAlpha() const { return m_borderAlpha; }
+    int borderWidth() const { return m_borderWidth; }
 
     QSize sizeHint() const override;
 
@@ -37,7 +39,7 @@ private:
     QString m_pictureName;
     QString m_letter;
     QImage m_picture;
-    QColor m_borderColor;
+    qreal m_borderAlpha = 0;
     int m_borderWidth = 1;
 };
 

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "core/GridLibrary.h"
+#include "core/Locker.h"
+#include "core/Vault.h"
+#include "extension/BrowserController.h"
+#include "platform/BrowserLauncher.h"
+#include "recall/PageControlDelegate.h"
+#include "recall/RecallCollectionViewControllerDelegate.h"
+#include "recall/RecallUnlocker.h"
+
+#include <QWidget>
+
+#include <array>
+#include <memory>
+
+namespace Ui {
+class RecallViewController;
+}
+
+namespace pexi {
+
+class IncorrectImagesViewController;
+class RecallCollectionViewController;
+class RecallViewControllerDelegate;
+
+// What the recall screen works with; the process-wide ones unless told otherwise.
+struct RecallServices
+{
+    GridLibrary &grids = GridLibrary::instance();
+    Vault &vault = Vault::shared();
+    Locker &locker = Locker::instance();
+    BrowserController &browser = BrowserController::instance();
+    BrowserLauncher &launcher = BrowserLauncher::shared();
+};
+
+// The picture unlock: three grids, one a page, each with its picks. Once all three are
+// complete the picks become the recall secret and the vault is opened with it, off this
+// thread; the grids are emptied and page 1 shown whatever the outcome.
+class RecallViewController : public QWidget,
+                             public RecallCollectionViewControllerDelegate,
+                             public PageControlDelegate
+{
+    Q_OBJECT
+public:
+    static constexpr int numberOfGrids = 3;
+
+    explicit RecallViewController(RecallServices services = {}, QWidget *parent = nullptr);
+    ~RecallViewController() override;
+
+    void setDelegate(RecallViewControllerDelegate *delegate) { m_delegate = delegate; }
+
+    RecallCollectionViewController *page(int index) const;
+    int selectedIndex() const;
+    void selectPageWithIndex(int index);
+    // Shows the first page whose grid still lacks picks; false when all are complete.
+    bool selectOldestIncompletePage();
+    void resetSelections();
+    // Empty grids, page 1.
+    void reset();
+    bool isUnlocking() const { return m_unlocker.isRunning(); }
+
+    void helpButtonClicked();
+    // `reason`: why the vault could not be read; empty for wrong pictures.
+    void presentFailure(const QString &reason);
+
+    void recallCollectionViewControllerDidSelectItem(RecallCollectionViewController *grid) override;
+    void pageControl(PageControl *control, int didSelectPageAt) override;
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+
+private:
+    void didTransition();
+    void unlock();
+    void setAcceptsPicks(bool accepts);
+
+    std::unique_ptr<Ui::RecallViewController> ui;
+    RecallServices m_services;
+    std::array<RecallCollectionViewController *, numberOfGrids> m_pages{};
+    RecallUnlocker m_unlocker;
+    RecallViewControllerDelegate *m_delegate = nullptr;
+};
+
+} // namespace pexi

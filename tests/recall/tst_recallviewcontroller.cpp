@@ -1,0 +1,231 @@
+#include "support/ExtensionClient.h"
+#include "support/RecordingLauncher.h"
+#include "support/StandardOutputCapture.h"
+#include "support/TemporaryVault.h"
+
+#include "extension/ExtensionServer.h"
+#include "recall/IncorrectImagesViewController.h"
+#include "recall/RecallCollectionViewController.h"
+#include "recall/RecallViewController.h"
+#include "recall/RecallViewControllerDelegate.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+
+#include <sqlite3.h>
+
+using pexi::RecallViewController;
+
+namespace {
+
+struct CountingDelegate : pexi::RecallViewControllerDelegate
+{
+    void recallViewControllerDidUnlock(RecallViewController *) override
+    {
+        ++unlocks;
+        ticksAtUnlock = ticks;
+    }
+    int unlocks = 0;
+    int ticks = 0, ticksAtUnlock = -1; // of a timer a test may run meanwhile
+};
+
+// One recall screen on a real vault, shown and active as the user would have it.
+struct Screen
+{
+    Screen()
+    {
+        screen.setDelegate(&delegate);
+        screen.resize(320, 460);
+        screen.show();
+        screen.activateWindow();
+        (void)QTest::qWaitForWindowActive(&screen);
+    }
+
+    // Keys as a person types them, to whatever has the focus: "<" and ">" the arrows, "0" to
+    // "2" the letter of the user's n-th picture on the page shown, "w" a picture not theirs.
+    void type(const QString &keys)
+    {
+        for (const QChar key : keys) {
+            QWidget *focus = QApplication::focusWidget();
+            if (key == u'<' || key == u'>')
+                QTest::keyClick(focus, key == u'<' ? Qt::Key_Left : Qt::Key_Right);
+            else
+                QTest::keyClick(focus, letterFor(key).toLatin1());
+        }
+    }
+    QChar letterFor(QChar key) const
+    {
+        const int page = screen.selectedIndex();
+        const QStringList names = grids.grids().at(page).pictureNames();
+        const QStringList mine = TemporaryVault::chosen().at(page);
+        qsizetype index = 0;
+        if (key == u'w') {
+            while (mine.contains(names.at(index)))
+                ++index;
+        } else {
+            index = names.indexOf(mine.at(key.digitValue()));
+        }
+        return pexi::RecallCollectionViewController::letters.at(index).at(0).toLower();
+    }
+    QString label(const char *name) const { return screen.findChild<QLabel *>(name)->text(); }
+    pexi::IncorrectImagesViewController *failure() const
+    {
+        return screen.findChild<pexi::IncorrectImagesViewController *>();
+    }
+    int picks() const
+    {
+        int count = 0;
+        for (int page = 0; page < RecallViewController::numberOfGrids; ++page)
+            count += int(screen.page(page)->selection().size());
+        return count;
+    }
+
+    TemporaryVault v;
+    pexi::GridLibrary grids{v.vault};
+    RecordingLauncher launcher;
+    pexi::BrowserController browser{launcher};
+    RecallViewController screen{{grids, v.vault, v.locker, browser, launcher}};
+    CountingDelegate delegate;
+};
+
+} // namespace
+
+class TestRecallViewController : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { qputenv("PEXI_NO_KEYRING", "1"); }
+
+    void flow_data()
+    {
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<int>("page");
+        QTest::addColumn<QString>("numerator");
+        QTest::addColumn<int>("picks"); // left on the grids once any attempt is over
+        QTest::addColumn<int>("unlocks");
+        QTest::addColumn<bool>("failure");
+        QTest::newRow("nothing yet") << "" << 0 << "0" << 0 << 0 << false;
+        QTest::newRow("left arrow on page 1") << "<" << 0 << "0" << 0 << 0 << false;
+        QTest::newRow("right arrow on page 3") << ">>>" << 2 << "0" << 0 << 0 << false;
+        QTest::newRow("the count is the shown grid's") << "01>0<" << 0 << "2" << 3 << 0 << false;
+        QTest::newRow("a complete grid moves on") << "012" << 1 << "0" << 3 << 0 << false;
+        QTest::newRow("page 2 then page 1 moves to page 3, nothing derived")
+            << ">210012" << 2 << "0" << 6 << 0 << false;
+        QTest::newRow("right pictures in any order unlock once")
+            << "210012120" << 0 << "0" << 0 << 1 << false;
+        QTest::newRow("one wrong picture") << "01201201w" << 0 << "0" << 0 << 0 << true;
+    }
+
+    void flow()
+    {
+        QFETCH(QString, keys);
+        QFETCH(int, page);
+        QFETCH(QString, numerator);
+        QFETCH(int, picks);
+        QFETCH(int, unlocks);
+        QFETCH(bool, failure);
+        Screen s;
+        s.type(keys);
+        QTRY_VERIFY(!s.screen.isUnlocking());
+        QTRY_COMPARE(s.failure() != nullptr, failure);
+        QCOMPARE(s.screen.selectedIndex(), page);
+        QCOMPARE(s.label("selectedNumerator"), numerator);
+        QCOMPARE(s.label("selectedDenominator"), "3");
+        QCOMPARE(s.picks(), picks);
+        QCOMPARE(s.delegate.unlocks, unlocks);
+        QCOMPARE(s.v.locker.lockState() == pexi::LockState::unlocked, unlocks > 0);
+        QCOMPARE(s.screen.findChild<QToolButton *>("leftButton")->isEnabled(), page != 0);
+        QCOMPARE(s.screen.findChild<QToolButton *>("rightButton")->isEnabled(), page != 2);
+    }
+
+    // The key is derived on a worker: this thread's loop turns meanwhile, picks are ignored, and
+    // the unlock reaches the extensions through the locker's notification.
+    void unlockKeepsTheLoopTurning()
+    {
+        Screen s;
+        pexi::ExtensionServer server(0, s.v.locker, s.browser, s.v.center);
+        QVERIFY(server.start());
+        ExtensionClient extension(server.port());
+        QVERIFY(extension.waitConnected());
+
+        QTimer ticker;
+        connect(&ticker, &QTimer::timeout, [&] { ++s.delegate.ticks; });
+        ticker.start(0);
+        s.type("01201201");
+        s.delegate.ticks = 0;
+        s.type("2");
+        QVERIFY(s.screen.isUnlocking());
+        s.type("0");
+        QCOMPARE(s.picks(), 0);
+        QTRY_COMPARE(s.delegate.unlocks, 1);
+        QVERIFY2(s.delegate.ticksAtUnlock > 0, "the unlock held up the event loop");
+        QTRY_COMPARE(
+            extension.texts,
+            QStringList{"{\"command\":\"pexi_lock_state\",\"locked\":false,\"session\":null}"});
+    }
+
+    // Keyboard only: Return on the failure screen tries again, and letters go to grid 1.
+    void retryByKeyboard()
+    {
+        Screen s;
+        s.type("01201201w");
+        QTRY_VERIFY(s.failure());
+        QTRY_COMPARE(QApplication::focusWidget(), s.failure()->actionButton());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QTRY_VERIFY(!s.failure());
+        s.type("0");
+        QCOMPARE(s.screen.page(0)->selection().size(), 1);
+        s.type("12012012");
+        QTRY_COMPARE(s.delegate.unlocks, 1);
+    }
+
+    // A vault that cannot be read is no wrong picture: its sentence is what the user sees.
+    void unreadableVaultIsExplained()
+    {
+        Screen s;
+        sqlite3 *db = nullptr;
+        QCOMPARE(sqlite3_open(qPrintable(s.v.vault.filePath()), &db), SQLITE_OK);
+        QCOMPARE(sqlite3_exec(db,
+                              "UPDATE meta SET value = (CASE WHEN substr(value, 1, 1) = '1' THEN "
+                              "'2' ELSE '1' END) || substr(value, 2) WHERE key = 'kdf_salt'",
+                              nullptr, nullptr, nullptr),
+                 SQLITE_OK);
+        sqlite3_close(db);
+        s.v.vault.reloadHeader();
+        s.type("012012012");
+        QTRY_VERIFY(s.failure());
+        QVERIFY(s.failure()->findChild<QLabel *>("messageLabel")->text().contains("damaged"));
+    }
+
+    void helpAndFeedbackOpenPages()
+    {
+        Screen s;
+        QTest::mouseClick(s.screen.findChild<QToolButton *>("helpButton"), Qt::LeftButton);
+        s.screen.presentFailure({});
+        QTest::mouseClick(s.failure()->findChild<QPushButton *>("feedbackButton"), Qt::LeftButton);
+        QCOMPARE(
+            s.launcher.opened,
+            (QStringList{" https://pexi.com/help", // no browser heard from: the system's choice
+                         "mailto:feedback@pexi.com?subject=Feedback&body="}));
+    }
+
+    void wrongNumberOfGridsIsLogged()
+    {
+        StandardOutputCapture log;
+        TemporaryVault none(false);
+        pexi::GridLibrary grids(none.vault);
+        RecordingLauncher launcher;
+        pexi::BrowserController browser(launcher);
+        RecallViewController screen({grids, none.vault, none.locker, browser, launcher});
+        QCOMPARE(log.takeLines(), QStringList{"Wrong number of grids! Found 0"});
+        QVERIFY(screen.page(0)->imageGrid() == std::nullopt);
+    }
+};
+
+QTEST_MAIN(TestRecallViewController)
+#include "tst_recallviewcontroller.moc"
