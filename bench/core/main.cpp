@@ -1,73 +1,16 @@
 // Vault figures: unlock time by vault size and search time by inventory size, each also as a
 // ratio to a floor measured in the same run (the key derivation alone for unlocks, one pass
 // over the item list for searches). Prints NAME VALUE UNIT lines.
-#include "core/Account.h"
-#include "core/EncryptionService.h"
-#include "core/GridLibrary.h"
-#include "core/Inventory.h"
-#include "core/Locker.h"
-#include "core/PictureLibrary.h"
-#include "core/Vault.h"
+#include "bench/BenchVault.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QTemporaryDir>
-
-#include <algorithm>
-#include <cstdio>
 
 using namespace pexi;
 
 namespace {
 
-struct Bench
-{
-    QTemporaryDir dir;
-    std::shared_ptr<FileDeviceKeyStore> keys =
-        std::make_shared<FileDeviceKeyStore>(dir.path() + "/keys");
-    Vault vault{dir.path() + "/data", keys};
-    Account account{vault};
-    EncryptionService encryption{vault};
-    Locker locker{vault, account, encryption};
-    QString secret;
-
-    explicit Bench(int items)
-    {
-        const QStringList names = PictureLibrary::names();
-        const QList<QStringList> chosen{names.mid(0, 3), names.mid(3, 3), names.mid(6, 3)};
-        vault.create(chosen);
-        secret = GridLibrary::recallSecretForNames(chosen);
-        unlock();
-        QList<InventoryItem> batch;
-        for (int i = 0; i < items; ++i) {
-            const QString n = QString::number(i);
-            batch.append(InventoryItem("Account " + n, "user" + n + "@mail.example",
-                                       "password-" + n,
-                                       "https://login.site" + QString::number(i % 5000) + ".com/"));
-        }
-        locker.runWithInventory([&](Inventory &inventory) { inventory.add(batch); });
-        locker.lock();
-    }
-
-    void unlock()
-    {
-        account.takeRecallSecret(secret);
-        if (!locker.unlock())
-            qFatal("bench vault did not unlock");
-    }
-};
-
-double median(QList<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.at(values.size() / 2);
-}
-
-void print(const char *name, double value, const char *unit)
-{
-    std::printf("%s %.*f %s\n", name, value < 10 ? 3 : 1, value, unit);
-    std::fflush(stdout);
-}
+using Bench = BenchVault;
 
 double unlockMs(Bench &bench)
 {

@@ -23,6 +23,8 @@ IncorrectImagesViewController::IncorrectImagesViewController(BrowserLauncher &la
 {
     ui->setupUi(this);
     ui->titleLabel->setFont(Appearance::mediumFont(17));
+    // The secondary text colour, in light and dark alike.
+    ui->messageLabel->setForegroundRole(QPalette::PlaceholderText);
     setReason({});
     // Focus given to this screen lands on Retry, so Return or Space tries again.
     setFocusProxy(ui->actionButton);

@@ -23,6 +23,8 @@ void PageControl::setNumberOfPages(int count)
         auto *indicator = new QToolButton(this);
         indicator->setCheckable(true);
         indicator->setAutoRaise(true);
+        // Not bordered: the dot alone shows whether its page is on.
+        indicator->setStyleSheet(QStringLiteral("QToolButton { border: none; background: none; }"));
         indicator->setToolButtonStyle(Qt::ToolButtonIconOnly);
         // The grids keep the keyboard; the arrow keys page through them.
         indicator->setFocusPolicy(Qt::NoFocus);

@@ -23,6 +23,8 @@ RecallViewController::RecallViewController(RecallServices services, QWidget *par
 {
     ui->setupUi(this);
     ui->titleLabel->setFont(Appearance::mediumFont(15));
+    for (QToolButton *arrow : {ui->leftButton, ui->rightButton})
+        arrow->setFont(Appearance::mediumFont(22));
     m_pages = {ui->page1Controller, ui->page2Controller, ui->page3Controller};
     ui->busyLabel->hide();
     // The busy sign comes and goes without moving the count beside it.

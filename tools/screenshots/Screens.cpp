@@ -1,5 +1,11 @@
 #include "Screens.h"
 
+#include "support/DesktopDoubles.h"
+#include "support/TemporaryVault.h"
+
+#include "extension/BrowserController.h"
+#include "recall/RecallCollectionViewController.h"
+#include "recall/RecallViewController.h"
 #include "ui/Appearance.h"
 #include "ui/Hud.h"
 
@@ -84,6 +90,37 @@ QWidget *hudOverSheet(ScreenshotContext &context)
     return sheet;
 }
 
+// The unlock on a fresh vault of its own: no browser is opened and nothing is unlocked.
+pexi::RecallViewController *recallScreen(ScreenshotContext &context)
+{
+    qputenv("PEXI_NO_KEYRING", "1");
+    auto &vault = context.keep<TemporaryVault>();
+    auto &grids = context.keep<pexi::GridLibrary>(vault.vault);
+    auto &launcher = context.keep<NullLauncher>();
+    auto &browser = context.keep<pexi::BrowserController>(launcher);
+    auto *screen =
+        new pexi::RecallViewController({grids, vault.vault, vault.locker, browser, launcher});
+    screen->setAutoFillBackground(true);
+    screen->resize(340, 440);
+    return screen;
+}
+
+// Two pictures of the first grid picked.
+QWidget *recallPartlyPicked(ScreenshotContext &context)
+{
+    pexi::RecallViewController *screen = recallScreen(context);
+    screen->page(0)->toggleSelectionAt(1);
+    screen->page(0)->toggleSelectionAt(5);
+    return screen;
+}
+
+QWidget *recallFailure(ScreenshotContext &context)
+{
+    pexi::RecallViewController *screen = recallScreen(context);
+    screen->presentFailure({});
+    return screen;
+}
+
 } // namespace
 
 QList<Screen> screens()
@@ -91,5 +128,8 @@ QList<Screen> screens()
     return {
         {QStringLiteral("toolkit"), toolkitSheet},
         {QStringLiteral("hud"), hudOverSheet, 500},
+        {QStringLiteral("recall"), recallPartlyPicked},
+        // Long enough for the failure screen to slide in.
+        {QStringLiteral("recall-failure"), recallFailure, 400},
     };
 }

@@ -1,0 +1,145 @@
+// The unlock as the user meets it: from the last pick, a real key press on the real recall
+// screen (offscreen), to the screen telling its delegate, as a ratio to the key derivation
+// alone measured in the same run; and the longest the main event loop stood still meanwhile,
+// which the worker-thread unlock keeps short. Prints NAME VALUE UNIT lines.
+#include "bench/BenchVault.h"
+#include "support/DesktopDoubles.h"
+
+#include "extension/BrowserController.h"
+#include "recall/RecallCollectionViewController.h"
+#include "recall/RecallViewController.h"
+#include "recall/RecallViewControllerDelegate.h"
+#include "recall/SlidingStackedWidget.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QTest>
+#include <QTimer>
+
+using namespace pexi;
+
+namespace {
+
+constexpr int runs = 5;
+
+double kdfMs(BenchVault &bench)
+{
+    QList<double> times;
+    for (int i = 0; i < runs; ++i) {
+        const SecureBytes secret = SecureBytes::fromUtf8(bench.secret);
+        QElapsedTimer timer;
+        timer.start();
+        if (!bench.vault.keyForSecret(secret))
+            qFatal("bench secret did not open the vault");
+        times.append(timer.nsecsElapsed() / 1e6);
+    }
+    return median(times);
+}
+
+// The letters of the user's pictures on each page, as they would type them.
+QList<QList<char>> lettersOf(GridLibrary &grids)
+{
+    QList<QList<char>> letters;
+    const QList<ImageGrid> all = grids.grids();
+    for (int page = 0; page < all.size(); ++page) {
+        QList<char> typed;
+        for (const QString &name : BenchVault::chosen().at(page)) {
+            const qsizetype index = all.at(page).pictureNames().indexOf(name);
+            typed.append(RecallCollectionViewController::letters.at(index).at(0).toLatin1());
+        }
+        letters.append(typed);
+    }
+    return letters;
+}
+
+struct Timing : RecallViewControllerDelegate
+{
+    void recallViewControllerDidUnlock(RecallViewController *) override
+    {
+        unlockedMs = sinceLastPick.nsecsElapsed() / 1e6;
+    }
+    QElapsedTimer sinceLastPick;
+    double unlockedMs = -1;
+};
+
+struct Figures
+{
+    double unlockMs;
+    double stallMs;
+};
+
+Figures unlockThroughScreen(BenchVault &bench)
+{
+    GridLibrary grids(bench.vault);
+    NullLauncher launcher;
+    BrowserController browser(launcher);
+    RecallViewController screen({grids, bench.vault, bench.locker, browser, launcher});
+    Timing timing;
+    screen.setDelegate(&timing);
+    screen.resize(320, 460);
+    screen.show();
+    const QList<QList<char>> letters = lettersOf(grids);
+
+    // A 1 ms timer: the gap between two of its ticks is how long the loop did not turn.
+    QElapsedTimer sinceTick;
+    double stall = 0;
+    bool measuring = false;
+    QTimer ticker;
+    ticker.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&ticker, &QTimer::timeout, [&] {
+        if (measuring)
+            stall = std::max(stall, sinceTick.nsecsElapsed() / 1e6);
+        sinceTick.restart();
+    });
+    ticker.start(1);
+
+    QList<double> times;
+    for (int run = 0; run < runs; ++run) {
+        for (int page = 0; page < letters.size(); ++page) {
+            for (int pick = 0; pick < letters.at(page).size(); ++pick) {
+                const bool last = page == letters.size() - 1 && pick == letters.at(page).size() - 1;
+                if (last) {
+                    // A person takes longer to find a picture than the page takes to slide in.
+                    QTest::qWait(SlidingStackedWidget::slideDurationMs + 50);
+                    timing.unlockedMs = -1;
+                    sinceTick.restart();
+                    measuring = true;
+                    timing.sinceLastPick.start();
+                }
+                QTest::keyClick(screen.page(screen.selectedIndex()), letters.at(page).at(pick));
+                QCoreApplication::processEvents(); // the pick drawn, as the user would see it
+            }
+        }
+        // The keyClick above counts as a stall too, when the main thread does the work.
+        stall = std::max(stall, sinceTick.nsecsElapsed() / 1e6);
+
+        while (timing.unlockedMs < 0)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        measuring = false;
+        times.append(timing.unlockedMs);
+        bench.locker.lock();
+    }
+    return {median(times), stall};
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("PEXI_NO_KEYRING", "1");
+    QApplication app(argc, argv);
+
+    double stall = 0;
+    for (const auto &[count, label] : {std::pair{1000, "1k"}, {10000, "10k"}, {100000, "100k"}}) {
+        BenchVault bench(count);
+        const double kdf = kdfMs(bench);
+        const Figures figures = unlockThroughScreen(bench);
+        stall = std::max(stall, figures.stallMs);
+        print(qPrintable(QStringLiteral("unlock_%1_vs_kdf").arg(label)), figures.unlockMs / kdf,
+              "ratio");
+    }
+    print("unlock_main_thread_stall_max", stall, "ms");
+    return 0;
+}
