@@ -1,8 +1,7 @@
 #include "platform/DBusNotificationCenter.h"
+#include "support/PrivateSessionBus.h"
 
 #include <QDBusContext>
-#include <QProcess>
-#include <QStandardPaths>
 #include <QTest>
 
 #include <memory>
@@ -48,7 +47,7 @@ class TestDBusNotificationCenter : public QObject
 {
     Q_OBJECT
 
-    QProcess m_daemon;
+    PrivateSessionBus m_daemon;
     QDBusConnection m_serverBus{"s"}, m_clientBus{"c"};
     std::unique_ptr<FakeNotificationServer> m_server;
     std::unique_ptr<DBusNotificationCenter> m_center;
@@ -85,20 +84,12 @@ class TestDBusNotificationCenter : public QObject
 private slots:
     void initTestCase()
     {
-        const QString daemon = QStandardPaths::findExecutable("dbus-daemon");
-        if (daemon.isEmpty())
-            QSKIP("dbus-daemon is not installed");
-        m_daemon.start(daemon, {"--session", "--nofork", "--print-address"});
-        QVERIFY(QTest::qWaitFor([&] { return m_daemon.canReadLine(); }, 10000));
-        const QString address = QString::fromUtf8(m_daemon.readLine()).trimmed();
+        const QString address = m_daemon.start();
+        if (address.isEmpty())
+            QSKIP("no dbus-daemon to run a private bus");
         m_serverBus = QDBusConnection::connectToBus(address, "s");
         m_clientBus = QDBusConnection::connectToBus(address, "c");
         QVERIFY(m_serverBus.isConnected() && m_clientBus.isConnected());
-    }
-    void cleanupTestCase()
-    {
-        m_daemon.terminate();
-        m_daemon.waitForFinished(5000);
     }
     void init()
     {

@@ -1,105 +1,88 @@
 #include "platform/PortalColorSchemeMonitor.h"
+#include "support/PrivateSessionBus.h"
 
+#include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusVariant>
 #include <QGuiApplication>
 #include <QPalette>
-#include <QProcess>
 #include <QSignalSpy>
-#include <QStandardPaths>
-#include <QTest>
 
 using namespace pexi;
+using Monitor = PortalColorSchemeMonitor;
 
-// The settings portal as a desktop runs one, holding only the colour scheme; an old one has
-// Read (the value wrapped once more) and no ReadOne.
-class FakeSettingsPortal : public QObject
+// The settings portal holding only the colour scheme. An old one has no ReadOne, only Read,
+// which wraps the value in one more variant.
+class FakeSettingsPortal : public QObject, protected QDBusContext
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
 public:
     uint scheme = 0;
+    bool old = false;
 
 public slots:
-    QDBusVariant Read(const QString &nameSpace, const QString &key)
+    QDBusVariant ReadOne(const QString &, const QString &)
     {
-        return QDBusVariant(QVariant::fromValue(ReadOne(nameSpace, key)));
+        if (old)
+            sendErrorReply(QDBusError::UnknownMethod, "no ReadOne");
+        return QDBusVariant(scheme);
     }
-    QDBusVariant ReadOne(const QString &, const QString &) { return QDBusVariant(scheme); }
+    QDBusVariant Read(const QString &, const QString &)
+    {
+        return QDBusVariant(QVariant::fromValue(QDBusVariant(scheme)));
+    }
 
 signals:
     void SettingChanged(const QString &nameSpace, const QString &key, const QDBusVariant &value);
-};
-
-// Without ReadOne.
-class OldSettingsPortal : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
-public:
-    FakeSettingsPortal *settings = nullptr;
-public slots:
-    QDBusVariant Read(const QString &n, const QString &k) { return settings->Read(n, k); }
 };
 
 class TestPortalColorSchemeMonitor : public QObject
 {
     Q_OBJECT
 
-    QProcess m_daemon;
+    PrivateSessionBus m_daemon;
     QDBusConnection m_portalBus{"p"}, m_clientBus{"c"};
     FakeSettingsPortal m_portal;
-    OldSettingsPortal m_oldPortal;
 
-    // Replies come back in the order asked, and a peer's signals before its replies: once two
-    // calls through the portal's name are answered, everything the monitor was sent before has
-    // arrived.
+    void startPortal()
+    {
+        QVERIFY(m_portalBus.registerObject(Monitor::objectPath, &m_portal,
+                                           QDBusConnection::ExportAllContents));
+        QVERIFY(m_portalBus.registerService(Monitor::serviceName));
+    }
+    // A peer's replies come after what it sent before them: once two calls through the portal's
+    // name are answered, every reply and signal the monitor was due has been handled.
     void flush()
     {
         for (int round = 0; round < 2; ++round) {
-            auto call = QDBusMessage::createMethodCall(
-                PortalColorSchemeMonitor::serviceName, PortalColorSchemeMonitor::objectPath,
-                PortalColorSchemeMonitor::interfaceName, "Read");
-            QDBusPendingCall pending = m_clientBus.asyncCall(call << ""
-                                                                  << "");
+            auto call = QDBusMessage::createMethodCall(Monitor::serviceName, Monitor::objectPath,
+                                                       Monitor::interfaceName, "Read");
+            const QDBusPendingCall pending = m_clientBus.asyncCall(call << ""
+                                                                        << "");
             QTRY_VERIFY(pending.isFinished());
             QCoreApplication::processEvents();
         }
-    }
-    static void setWindowColor(const QColor &color)
-    {
-        QPalette palette;
-        palette.setColor(QPalette::Window, color);
-        QGuiApplication::setPalette(palette);
     }
 
 private slots:
     void initTestCase()
     {
-        const QString daemon = QStandardPaths::findExecutable("dbus-daemon");
-        if (daemon.isEmpty())
-            QSKIP("dbus-daemon is not installed");
-        m_daemon.start(daemon, {"--session", "--nofork", "--print-address"});
-        QVERIFY(QTest::qWaitFor([&] { return m_daemon.canReadLine(); }, 10000));
-        const QString address = QString::fromUtf8(m_daemon.readLine()).trimmed();
+        const QString address = m_daemon.start();
+        if (address.isEmpty())
+            QSKIP("no dbus-daemon to run a private bus");
         m_portalBus = QDBusConnection::connectToBus(address, "p");
         m_clientBus = QDBusConnection::connectToBus(address, "c");
         QVERIFY(m_portalBus.isConnected() && m_clientBus.isConnected());
-        m_oldPortal.settings = &m_portal;
-    }
-    void cleanupTestCase()
-    {
-        m_daemon.terminate();
-        m_daemon.waitForFinished(5000);
     }
     void cleanup()
     {
-        m_portalBus.unregisterObject(PortalColorSchemeMonitor::objectPath);
-        m_portalBus.unregisterService(PortalColorSchemeMonitor::serviceName);
+        m_portalBus.unregisterObject(Monitor::objectPath);
+        m_portalBus.unregisterService(Monitor::serviceName);
     }
 
-    // The first answer: from the portal ("current", "old" with Read only) or, with "none", the
+    // The first answer: the portal's ("current", or "old" with Read only) or, with "none", the
     // palette's window colour.
     void firstAnswer_data()
     {
@@ -121,26 +104,24 @@ private slots:
         QFETCH(QColor, window);
         QFETCH(bool, dark);
         m_portal.scheme = scheme;
-        if (portal != "none") {
-            QObject *object = portal == "old" ? static_cast<QObject *>(&m_oldPortal) : &m_portal;
-            QVERIFY(m_portalBus.registerObject(PortalColorSchemeMonitor::objectPath, object,
-                                               QDBusConnection::ExportAllContents));
-            QVERIFY(m_portalBus.registerService(PortalColorSchemeMonitor::serviceName));
-        }
-        setWindowColor(window);
-        PortalColorSchemeMonitor monitor(m_clientBus);
+        m_portal.old = portal == "old";
+        if (portal != "none")
+            startPortal();
+        QPalette palette;
+        palette.setColor(QPalette::Window, window);
+        QGuiApplication::setPalette(palette);
+        Monitor monitor(m_clientBus);
         flush();
         QCOMPARE(monitor.prefersDark(), dark);
     }
 
-    // Changes of the setting, in order; other settings change nothing.
+    // Changes of the colour scheme are followed in order; other settings change nothing.
     void followsChanges()
     {
         m_portal.scheme = 0;
-        QVERIFY(m_portalBus.registerObject(PortalColorSchemeMonitor::objectPath, &m_portal,
-                                           QDBusConnection::ExportAllContents));
-        QVERIFY(m_portalBus.registerService(PortalColorSchemeMonitor::serviceName));
-        PortalColorSchemeMonitor monitor(m_clientBus);
+        m_portal.old = false;
+        startPortal();
+        Monitor monitor(m_clientBus);
         QSignalSpy changes(&monitor, &ColorSchemeMonitor::prefersDarkChanged);
         flush();
         const QString appearance = "org.freedesktop.appearance";
@@ -151,10 +132,7 @@ private slots:
         emit m_portal.SettingChanged(appearance, "color-scheme", QDBusVariant(1u));
         emit m_portal.SettingChanged(appearance, "color-scheme", QDBusVariant(2u));
         flush();
-        QCOMPARE(changes.size(), 2);
-        QCOMPARE(changes.at(0).at(0).toBool(), true);
-        QCOMPARE(changes.at(1).at(0).toBool(), false);
-        QCOMPARE(monitor.prefersDark(), false);
+        QCOMPARE(changes, QList<QVariantList>({{true}, {false}}));
     }
 };
 

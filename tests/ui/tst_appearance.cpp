@@ -1,7 +1,6 @@
 #include "ui/Appearance.h"
 
 #include <QApplication>
-#include <QFontInfo>
 #include <QPushButton>
 #include <QTest>
 
@@ -58,24 +57,6 @@ private slots:
             // White on the filled buttons.
             QVERIFY(contrast(Qt::white, Appearance::color(Color::AccentFill, dark)) >= 4.5);
         }
-    }
-
-    // The embedded fonts are the ones drawn.
-    void fonts_data()
-    {
-        QTest::addColumn<QFont>("font");
-        QTest::addColumn<QString>("family");
-        QTest::newRow("regular") << Appearance::regularFont(15) << "Inter";
-        QTest::newRow("medium") << Appearance::mediumFont(15) << "Inter";
-        QTest::newRow("monospace") << Appearance::monospaceFont(15) << "Inconsolata";
-    }
-    void fonts()
-    {
-        QFETCH(QFont, font);
-        QFETCH(QString, family);
-        const QFontInfo drawn(font);
-        QCOMPARE(drawn.family(), family);
-        QCOMPARE(drawn.pixelSize(), 15);
     }
 
     // Switching modes repaints what is on show: the palette and the styled buttons follow.
