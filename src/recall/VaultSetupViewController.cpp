@@ -10,7 +10,7 @@
 namespace pexi {
 
 const QString VaultSetupViewController::mismatchMessage =
-    QStringLiteral("Those are not the pictures you picked first; pick them again.");
+    QStringLiteral("Those are not the pictures you picked; try again.");
 
 VaultSetupViewController::VaultSetupViewController(Vault &vault, Locker &locker, QWidget *parent)
     : QWidget(parent), ui(std::make_unique<Ui::VaultSetupViewController>()), m_setup(vault),
@@ -25,6 +25,8 @@ VaultSetupViewController::VaultSetupViewController(Vault &vault, Locker &locker,
     QSizePolicy keepSpace = ui->busyLabel->sizePolicy();
     keepSpace.setRetainSizeWhenHidden(true);
     ui->busyLabel->setSizePolicy(keepSpace);
+    ui->instructionLabel->setFont(Appearance::regularFont(13));
+    ui->messageLabel->setFont(Appearance::regularFont(13));
     ui->adviceLabel->setFont(Appearance::regularFont(12));
     const auto recolour = [this] {
         QPalette secondary = ui->adviceLabel->palette();
@@ -109,10 +111,8 @@ void VaultSetupViewController::drawOtherPictures()
 void VaultSetupViewController::showRound(const QString &message)
 {
     const bool choosing = m_setup.round() == VaultSetup::Round::Choose;
-    ui->instructionLabel->setText(
-        choosing ? QStringLiteral("Pick three pictures in each grid. You will pick them each time "
-                                  "you unlock.")
-                 : QStringLiteral("Pick the same pictures again, to be sure you remember them."));
+    ui->instructionLabel->setText(choosing ? QStringLiteral("Pick three pictures in each grid.")
+                                           : QStringLiteral("Pick the same pictures again."));
     ui->messageLabel->setText(message);
     ui->messageLabel->setVisible(!message.isEmpty());
     for (RecallCollectionViewController *grid : m_pages)
