@@ -41,7 +41,7 @@ VaultSetup::Outcome VaultSetup::finishRound(const QList<QList<int>> &picks)
     return asSets(picks) == asSets(m_chosen) ? Outcome::Confirmed : Outcome::Mismatch;
 }
 
-std::function<std::unique_ptr<VaultSession>()> VaultSetup::creation() const
+std::function<std::unique_ptr<VaultSession>()> VaultSetup::creation()
 {
     // A vault that was there before and is gone must not leave its header behind.
     m_vault.reloadHeader();

@@ -32,7 +32,7 @@ public:
     // Once confirmed: makes the vault with the grids as shown and opens it. It is slow (two key
     // derivations) and touches neither this object nor the vault handed in, so it may run on
     // any thread. Throws VaultError.
-    std::function<std::unique_ptr<VaultSession>()> creation() const;
+    std::function<std::unique_ptr<VaultSession>()> creation();
 
 private:
     Vault &m_vault;
