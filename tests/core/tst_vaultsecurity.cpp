@@ -299,7 +299,6 @@ private Q_SLOTS:
         shared[2][4] = n[1];
         QTest::newRow("kept") << distinct << picks << true;
         QTest::newRow("picture in two grids") << shared << picks << false;
-        QTest::newRow("two grids") << distinct.mid(0, 2) << picks.mid(0, 2) << false;
         QTest::newRow("two picks")
             << distinct << QList<QList<int>>{{0, 7}, {3, 2, 1}, {9, 10, 11}} << false;
         QTest::newRow("pick twice")
