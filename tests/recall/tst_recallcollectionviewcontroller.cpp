@@ -77,8 +77,12 @@ private Q_SLOTS:
         QCOMPARE(picked, selection);
         QCOMPARE(delegate.calls, reports);
         QCOMPARE(grid.hasCompletedSelection(), selection.size() == grid.requiredTargetCount);
-        for (int index = 0; index < pexi::ImageGrid::PictureCount; ++index)
-            QCOMPARE(grid.item(index)->isChecked(), selection.contains(index));
+        for (int index = 0; index < pexi::ImageGrid::PictureCount; ++index) {
+            const bool picked = selection.contains(index);
+            QCOMPARE(grid.item(index)->isChecked(), picked);
+            QCOMPARE(grid.item(index)->borderWidth(), picked ? 3 : 1);
+            QCOMPARE(grid.item(index)->borderAlpha(), picked ? 0.3 : 0.0);
+        }
 
         grid.resetSelection();
         QVERIFY(grid.selection().isEmpty());
