@@ -284,51 +284,36 @@ private Q_SLOTS:
         QCOMPARE(readAll(v.vault.filePath()), before);
     }
 
-    // Grids given by a screen are kept as they are, so the first unlock shows what the user
-    // practised on; grids that could not be shown, or picks that are not three per grid, are
-    // refused before anything is written.
-    void creationFromDrawnGrids_data()
+    // Grids that a screen could not have shown, or picks that are not three per grid, are
+    // refused before anything is written. (That the grids are kept as given, the screen suite
+    // shows through the real tool.)
+    void creationFromShownGridsRules_data()
     {
         QTest::addColumn<QList<QStringList>>("grids");
         QTest::addColumn<QList<QList<int>>>("picks");
-        QTest::addColumn<bool>("made");
         const QStringList n = pexi::PictureLibrary::names();
         const QList<QStringList> distinct{n.mid(0, 15), n.mid(15, 15), n.mid(30, 15)};
-        const QList<QList<int>> picks{{0, 7, 14}, {3, 2, 1}, {9, 10, 11}};
         QList<QStringList> shared = distinct;
         shared[2][4] = n[1];
-        QTest::newRow("kept") << distinct << picks << true;
-        QTest::newRow("picture in two grids") << shared << picks << false;
-        QTest::newRow("two picks")
-            << distinct << QList<QList<int>>{{0, 7}, {3, 2, 1}, {9, 10, 11}} << false;
+        QTest::newRow("picture in two grids")
+            << shared << QList<QList<int>>{{0, 7, 14}, {3, 2, 1}, {9, 10, 11}};
+        QTest::newRow("two picks") << distinct << QList<QList<int>>{{0, 7}, {3, 2, 1}, {9, 10, 11}};
         QTest::newRow("pick twice")
-            << distinct << QList<QList<int>>{{0, 7, 14}, {3, 3, 1}, {9, 10, 11}} << false;
+            << distinct << QList<QList<int>>{{0, 7, 14}, {3, 3, 1}, {9, 10, 11}};
         QTest::newRow("pick off the grid")
-            << distinct << QList<QList<int>>{{0, 7, 15}, {3, 2, 1}, {9, 10, 11}} << false;
+            << distinct << QList<QList<int>>{{0, 7, 15}, {3, 2, 1}, {9, 10, 11}};
     }
 
-    void creationFromDrawnGrids()
+    void creationFromShownGridsRules()
     {
         QFETCH(QList<QStringList>, grids);
         QFETCH(QList<QList<int>>, picks);
-        QFETCH(bool, made);
         TemporaryVault v(false);
         QList<pexi::ImageGrid> shown;
         for (const QStringList &names : grids)
             shown.append(pexi::ImageGrid(names));
-        if (!made) {
-            QVERIFY_THROWS_EXCEPTION(VaultError, v.vault.create(shown, picks));
-            QVERIFY(!QFileInfo::exists(v.vault.dataDirectory()));
-            return;
-        }
-        v.vault.create(shown, picks);
-        v.vault.reloadHeader();
-        QCOMPARE(pexi::GridLibrary(v.vault).grids(), shown);
-        const pexi::GridLibrary library(v.vault);
-        QList<QList<int>> wrong = picks;
-        wrong[0][2] = 13;
-        QVERIFY(!v.unlock(library.deriveRecallSecret(wrong)));
-        QVERIFY(v.unlock(library.deriveRecallSecret(picks)));
+        QVERIFY_THROWS_EXCEPTION(VaultError, v.vault.create(shown, picks));
+        QVERIFY(!QFileInfo::exists(v.vault.dataDirectory()));
     }
 
     // The grids hold the chosen pictures among distinct decoys, and where the chosen ones sit is
