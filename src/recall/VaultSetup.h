@@ -29,9 +29,9 @@ public:
     // Ends the current round with the picks of the three grids, in any order. Choosing moves on
     // to confirming; a confirmation naming other pictures in any grid starts that round again.
     Outcome finishRound(const QList<QList<int>> &picks);
-    // Once confirmed: makes the vault with the grids as shown and opens it. It is slow (two key
-    // derivations) and touches neither this object nor the vault handed in, so it may run on
-    // any thread. Throws VaultError.
+    // Once confirmed, the work that makes the vault with the grids as shown and opens it. The
+    // work is slow (two key derivations) and touches neither this object nor the vault handed
+    // in, so it may run on any thread; it throws VaultError.
     std::function<std::unique_ptr<VaultSession>()> creation();
 
 private:
