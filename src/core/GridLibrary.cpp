@@ -33,7 +33,12 @@ QList<ImageGrid> GridLibrary::grids() const
 
 QString GridLibrary::deriveRecallSecret(const QList<QList<int>> &pickedIndices) const
 {
-    const QList<ImageGrid> all = grids();
+    return recallSecretFor(grids(), pickedIndices);
+}
+
+QString GridLibrary::recallSecretFor(const QList<ImageGrid> &all,
+                                     const QList<QList<int>> &pickedIndices)
+{
     QList<QStringList> names;
     for (int grid = 0; grid < pickedIndices.size() && grid < all.size(); ++grid) {
         QStringList picked;

@@ -21,6 +21,9 @@ public:
     // grid are sorted, so the secret does not depend on where the pictures sit.
     QString deriveRecallSecret(const QList<QList<int>> &pickedIndices) const;
     static QString recallSecretForNames(const QList<QStringList> &pickedNames);
+    // The same for grids that need not be a vault's yet.
+    static QString recallSecretFor(const QList<ImageGrid> &grids,
+                                   const QList<QList<int>> &pickedIndices);
 
 private:
     Vault &m_vault;

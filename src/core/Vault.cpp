@@ -11,6 +11,8 @@
 #include <QSet>
 #include <QStandardPaths>
 
+#include <algorithm>
+
 #include <sodium.h>
 #include <sys/stat.h>
 
@@ -88,14 +90,40 @@ VaultHeader Vault::create(const QList<QStringList> &chosenPictures)
         }
     }
 
-    // Decoys come from the pictures nobody chose, each used once across the three grids, so
-    // no grid shows a picture twice and no chosen picture appears as another grid's decoy.
-    QStringList decoys;
-    for (const QString &name : PictureLibrary::names()) {
-        if (!chosen.contains(name))
-            decoys.append(name);
+    const QList<ImageGrid> grids = drawGrids(chosenPictures);
+    QList<QList<int>> picked;
+    for (int grid = 0; grid < 3; ++grid) {
+        QList<int> indices;
+        for (const QString &name : chosenPictures.at(grid))
+            indices.append(int(grids.at(grid).pictureNames().indexOf(name)));
+        picked.append(indices);
     }
-    secureShuffle(decoys);
+    return create(grids, picked);
+}
+
+VaultHeader Vault::create(const QList<ImageGrid> &grids, const QList<QList<int>> &pickedIndices)
+{
+    if (exists())
+        throw VaultError(QStringLiteral("A vault already exists at %1.").arg(filePath()));
+    if (grids.size() != 3 || pickedIndices.size() != 3)
+        throw VaultError(QStringLiteral("A vault needs exactly three grids."));
+    QSet<QString> shown;
+    for (int grid = 0; grid < 3; ++grid) {
+        const QStringList &names = grids.at(grid).pictureNames();
+        if (names.size() != ImageGrid::PictureCount)
+            throw VaultError(QStringLiteral("Each grid needs fifteen pictures."));
+        for (const QString &name : names) {
+            if (shown.contains(name))
+                throw VaultError(QStringLiteral("The picture \"%1\" is in two grids.").arg(name));
+            shown.insert(name);
+        }
+        const QList<int> &picks = pickedIndices.at(grid);
+        const bool inGrid = std::all_of(picks.begin(), picks.end(), [](int index) {
+            return index >= 0 && index < ImageGrid::PictureCount;
+        });
+        if (picks.size() != 3 || QSet<int>(picks.begin(), picks.end()).size() != 3 || !inGrid)
+            throw VaultError(QStringLiteral("Each grid needs three different pictures picked."));
+    }
 
     VaultHeader header;
     header.vaultId = QString::fromLatin1(VaultCipher::randomBytes(16).toHex());
@@ -103,17 +131,13 @@ VaultHeader Vault::create(const QList<QStringList> &chosenPictures)
     header.salt = VaultCipher::randomBytes(VaultCipher::SaltSize);
     header.opsLimit = VaultCipher::DefaultOpsLimit;
     header.memLimit = VaultCipher::DefaultMemLimit;
-    for (int grid = 0; grid < 3; ++grid) {
-        QStringList pictures = chosenPictures.at(grid);
-        pictures.append(decoys.mid(grid * 12, 12));
-        secureShuffle(pictures);
-        header.grids.append(pictures);
-    }
+    for (const ImageGrid &grid : grids)
+        header.grids.append(grid.pictureNames());
 
     const QString accountId = header.accountId.toString(QUuid::WithoutBraces);
     const SecureBytes deviceKey = VaultCipher::randomKey();
     const SecureBytes secret =
-        SecureBytes::fromUtf8(GridLibrary::recallSecretForNames(chosenPictures));
+        SecureBytes::fromUtf8(GridLibrary::recallSecretFor(grids, pickedIndices));
     const SecureBytes key =
         VaultCipher::deriveKey(secret, header.salt, header.opsLimit, header.memLimit, deviceKey);
     const VaultCipher::Sealed verifier =
@@ -130,6 +154,33 @@ VaultHeader Vault::create(const QList<QStringList> &chosenPictures)
     VaultFile::create(filePath(), header);
     m_header = header;
     return header;
+}
+
+QList<ImageGrid> Vault::drawGrids(const QList<QStringList> &include)
+{
+    QSet<QString> included;
+    for (const QStringList &names : include)
+        included.unite(QSet<QString>(names.begin(), names.end()));
+    // Each of the others is used once across the three grids, so no grid shows a picture twice
+    // and no included picture appears as another grid's decoy.
+    QStringList others;
+    for (const QString &name : PictureLibrary::names()) {
+        if (!included.contains(name))
+            others.append(name);
+    }
+    secureShuffle(others);
+
+    QList<ImageGrid> grids;
+    qsizetype taken = 0;
+    for (int grid = 0; grid < 3; ++grid) {
+        QStringList pictures = include.value(grid);
+        const qsizetype missing = ImageGrid::PictureCount - pictures.size();
+        pictures.append(others.mid(taken, missing));
+        taken += missing;
+        secureShuffle(pictures);
+        grids.append(ImageGrid(pictures));
+    }
+    return grids;
 }
 
 const VaultHeader &Vault::header()

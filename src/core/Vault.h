@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/DeviceKeyStore.h"
+#include "core/ImageGrid.h"
 #include "core/SecureBytes.h"
 #include "core/VaultFile.h"
 #include "core/VaultHeader.h"
@@ -30,6 +31,14 @@ public:
     // Makes the vault from nine pictures, three per grid in grid order; each grid is filled up
     // with twelve decoys. Throws VaultError when a vault exists or a name is unknown or repeated.
     VaultHeader create(const QList<QStringList> &chosenPictures);
+    // Makes the vault with exactly these grids, pictures in these places, and the three picked
+    // indices (0 to 14) of each: what the user practised is what the first unlock shows.
+    // Throws VaultError when a vault exists, a picture is in two grids, or a grid has not three
+    // distinct picks.
+    VaultHeader create(const QList<ImageGrid> &grids, const QList<QList<int>> &pickedIndices);
+    // Three grids of distinct pictures drawn at random, none shown in two grids; grid g holds
+    // the names in include[g] (if any) at random places among the others.
+    static QList<ImageGrid> drawGrids(const QList<QStringList> &include = {});
 
     // The header as last read; read from the file on first use. Throws VaultError.
     const VaultHeader &header();

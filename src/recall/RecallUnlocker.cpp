@@ -5,6 +5,7 @@
 #include "core/VaultOpener.h"
 #include "core/VaultSession.h"
 
+#include <QScopeGuard>
 #include <QtConcurrent/QtConcurrentRun>
 
 namespace pexi {
@@ -26,30 +27,36 @@ void RecallUnlocker::start(SecureBytes secret)
 {
     if (m_running)
         return;
-    m_running = true;
-    m_busyTimer.start();
     std::shared_ptr<const VaultOpener> opener;
     try {
         opener = std::make_shared<const VaultOpener>(m_vault);
     } catch (const VaultError &error) {
-        // Reported from the event loop like any other outcome, never inside start().
-        QMetaObject::invokeMethod(
-            this,
-            [this, message = error.message()] {
-                finish({nullptr, message});
-            },
-            Qt::QueuedConnection);
+        // Reported like any other outcome, from the event loop, never inside start().
+        start([message = error.message()]() -> std::unique_ptr<VaultSession> {
+            throw VaultError(message);
+        });
         return;
     }
     auto held = std::make_shared<SecureBytes>(std::move(secret));
-    m_watcher.setFuture(QtConcurrent::run([opener, held]() -> Outcome {
+    start([opener, held] {
+        const auto wipe = qScopeGuard([&held] { held->clear(); });
+        return opener->open(*held);
+    });
+}
+
+void RecallUnlocker::start(std::function<std::unique_ptr<VaultSession>()> opening)
+{
+    if (m_running)
+        return;
+    m_running = true;
+    m_busyTimer.start();
+    m_watcher.setFuture(QtConcurrent::run([opening = std::move(opening)]() -> Outcome {
         Outcome outcome;
         try {
-            outcome.session = opener->open(*held);
+            outcome.session = opening();
         } catch (const VaultError &error) {
             outcome.error = error.message();
         }
-        held->clear();
         return outcome;
     }));
 }

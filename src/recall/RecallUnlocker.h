@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 namespace pexi {
@@ -31,6 +32,10 @@ public:
     // Ends in exactly one of unlocked() or failed(), never before returning. The secret is
     // wiped when the attempt ends. Ignored while an attempt runs.
     void start(SecureBytes secret);
+    // The same for any slow half that ends in a session, such as making a vault and opening
+    // it: `opening` runs on a worker and touches nothing of this thread; its VaultError is the
+    // failure's reason, a null session a failure without one.
+    void start(std::function<std::unique_ptr<VaultSession>()> opening);
 
 signals:
     void unlocked();

@@ -5,6 +5,7 @@
 #include "recall/IncorrectImagesViewController.h"
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallViewControllerDelegate.h"
+#include "recall/VaultSetupViewController.h"
 #include "ui/Appearance.h"
 #include "ui/SlidePresentationAnimator.h"
 
@@ -51,6 +52,15 @@ RecallViewController::RecallViewController(RecallServices services, QWidget *par
         presentFailure(reason);
     });
 
+    if (!m_services.vault.exists()) {
+        presentVaultSetup();
+        return;
+    }
+    loadGrids();
+}
+
+void RecallViewController::loadGrids()
+{
     const QList<ImageGrid> grids = m_services.grids.grids();
     if (grids.size() != numberOfGrids) {
         logLine(QStringLiteral("Wrong number of grids! Found %1").arg(grids.size()));
@@ -62,6 +72,19 @@ RecallViewController::RecallViewController(RecallServices services, QWidget *par
         m_pages.at(size_t(index))->setDelegate(this);
     }
     ui->selectedDenominator->setText(QStringLiteral("3"));
+}
+
+// No vault yet: the first one is made over the grids, which show its grids once it is open.
+void RecallViewController::presentVaultSetup()
+{
+    m_vaultSetup = new VaultSetupViewController(m_services.vault, m_services.locker);
+    connect(m_vaultSetup, &VaultSetupViewController::unlocked, this, [this] {
+        SlidePresentationAnimator::dismiss(m_vaultSetup);
+        loadGrids();
+        if (m_delegate)
+            m_delegate->recallViewControllerDidUnlock(this);
+    });
+    SlidePresentationAnimator::present(m_vaultSetup, this, new SlidePresentationAnimator({}, 0.0));
 }
 
 RecallViewController::~RecallViewController() = default;
@@ -169,7 +192,8 @@ void RecallViewController::keyPressEvent(QKeyEvent *event)
 void RecallViewController::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    page(selectedIndex())->setFocus();
+    if (!m_vaultSetup) // which has put the focus on its own grid
+        page(selectedIndex())->setFocus();
 }
 
 void RecallViewController::helpButtonClicked()

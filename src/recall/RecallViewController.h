@@ -9,6 +9,7 @@
 #include "recall/RecallCollectionViewControllerDelegate.h"
 #include "recall/RecallUnlocker.h"
 
+#include <QPointer>
 #include <QWidget>
 
 #include <array>
@@ -23,6 +24,7 @@ namespace pexi {
 class IncorrectImagesViewController;
 class RecallCollectionViewController;
 class RecallViewControllerDelegate;
+class VaultSetupViewController;
 
 // What the recall screen works with; the process-wide ones unless told otherwise.
 struct RecallServices
@@ -73,6 +75,8 @@ protected:
 
 private:
     void didTransition();
+    void loadGrids();
+    void presentVaultSetup();
     void unlock();
     void setAcceptsPicks(bool accepts);
 
@@ -81,6 +85,7 @@ private:
     std::array<RecallCollectionViewController *, numberOfGrids> m_pages{};
     RecallUnlocker m_unlocker;
     RecallViewControllerDelegate *m_delegate = nullptr;
+    QPointer<VaultSetupViewController> m_vaultSetup;
 };
 
 } // namespace pexi

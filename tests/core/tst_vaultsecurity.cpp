@@ -266,6 +266,38 @@ private Q_SLOTS:
         QCOMPARE(readAll(v.vault.filePath()), before);
     }
 
+    // Grids that a screen could not have shown, or picks that are not three per grid, are
+    // refused before anything is written. (That the grids are kept as given, the screen suite
+    // shows through the real tool.)
+    void creationFromShownGridsRules_data()
+    {
+        QTest::addColumn<QList<QStringList>>("grids");
+        QTest::addColumn<QList<QList<int>>>("picks");
+        const QStringList n = pexi::PictureLibrary::names();
+        const QList<QStringList> distinct{n.mid(0, 15), n.mid(15, 15), n.mid(30, 15)};
+        QList<QStringList> shared = distinct;
+        shared[2][4] = n[1];
+        QTest::newRow("picture in two grids")
+            << shared << QList<QList<int>>{{0, 7, 14}, {3, 2, 1}, {9, 10, 11}};
+        QTest::newRow("two picks") << distinct << QList<QList<int>>{{0, 7}, {3, 2, 1}, {9, 10, 11}};
+        QTest::newRow("pick twice")
+            << distinct << QList<QList<int>>{{0, 7, 14}, {3, 3, 1}, {9, 10, 11}};
+        QTest::newRow("pick off the grid")
+            << distinct << QList<QList<int>>{{0, 7, 15}, {3, 2, 1}, {9, 10, 11}};
+    }
+
+    void creationFromShownGridsRules()
+    {
+        QFETCH(QList<QStringList>, grids);
+        QFETCH(QList<QList<int>>, picks);
+        TemporaryVault v(false);
+        QList<pexi::ImageGrid> shown;
+        for (const QStringList &names : grids)
+            shown.append(pexi::ImageGrid(names));
+        QVERIFY_THROWS_EXCEPTION(VaultError, v.vault.create(shown, picks));
+        QVERIFY(!QFileInfo::exists(v.vault.dataDirectory()));
+    }
+
     // The grids hold the chosen pictures among distinct decoys, and where the chosen ones sit is
     // drawn anew for every vault: fixed places would give the secret away to anyone who knows
     // how vaults are made.

@@ -225,6 +225,22 @@ private slots:
         QCOMPARE(logged(), QStringList());
     }
 
+    // Until the first vault is made there is nothing to open: the extensions hear "locked".
+    void lockCheckWithoutAVaultAnswersLocked()
+    {
+        TemporaryVault none(false);
+        ExtensionServer server(0, none.locker, *m_browsers, none.center);
+        ExtensionHandler::install(
+            server, {none.locker, *m_browsers, *m_capture, *m_window, [] { return mouse; }});
+        QVERIFY(server.start());
+        ExtensionClient client(server.port());
+        QVERIFY(client.waitConnected());
+        send(client, {{"command", "pexi_lock_check"}, {"session", "s1"}});
+        const QJsonObject answer{
+            {"command", "pexi_lock_state"}, {"session", "s1"}, {"locked", true}};
+        QCOMPARE(settle(client), (QList<QJsonObject>{answer, answer}));
+    }
+
     void searchSuggestsMatchingItemsInInventoryOrder_data()
     {
         QTest::addColumn<QString>("site");

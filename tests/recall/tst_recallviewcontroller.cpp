@@ -10,6 +10,8 @@
 #include "recall/RecallViewControllerDelegate.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
@@ -218,6 +220,11 @@ private Q_SLOTS:
     {
         StandardOutputCapture log;
         TemporaryVault none(false);
+        // A file that is no vault: without any file the screen offers to make one instead.
+        QVERIFY(QDir().mkpath(none.vault.dataDirectory()));
+        QFile file(none.vault.filePath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
         pexi::GridLibrary grids(none.vault);
         RecordingLauncher launcher;
         pexi::BrowserController browser(launcher);

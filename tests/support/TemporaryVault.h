@@ -11,15 +11,17 @@
 
 #include <memory>
 
-// A real vault in a temporary directory, with its own device-key directory, and the services
-// that open it. Nothing here touches the process-wide singletons. Given `sharing`, the services
-// open that one's vault instead, as another process would.
+// A real vault in a temporary directory, with its own device-key directory (where pexi-vault run
+// with XDG_CONFIG_HOME=<dir>/config looks), and the services that open it. Nothing here touches the
+// process-wide singletons. Given `sharing`, the services open that one's vault instead, as another
+// process would.
 class TemporaryVault
 {
 public:
     explicit TemporaryVault(bool create = true, const TemporaryVault *sharing = nullptr)
         : keys(sharing ? sharing->keys
-                       : std::make_shared<pexi::FileDeviceKeyStore>(dir.path() + "/keys")),
+                       : std::make_shared<pexi::FileDeviceKeyStore>(dir.path() +
+                                                                    "/config/pexi/device-keys")),
           vault(sharing ? sharing->vault.dataDirectory() : dir.path() + "/data", keys),
           account(vault), encryption(vault), locker(vault, account, encryption, center)
     {

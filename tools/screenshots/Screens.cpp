@@ -9,6 +9,7 @@
 #include "platform/ApplicationLauncher.h"
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallViewController.h"
+#include "recall/VaultSetupViewController.h"
 #include "support/DesktopDoubles.h"
 #include "support/RecordingLauncher.h"
 #include "support/TemporaryVault.h"
@@ -143,11 +144,12 @@ QWidget *preferencesWindow(ScreenshotContext &context)
     return new pexi::PreferencesViewController(preferences, browsersWithChrome(context));
 }
 
-// The unlock on a fresh vault of its own: no browser is opened and nothing is unlocked.
-pexi::RecallViewController *recallScreen(ScreenshotContext &context)
+// The unlock on a fresh vault of its own, or on none: no browser is opened and nothing is
+// unlocked.
+pexi::RecallViewController *recallScreen(ScreenshotContext &context, bool withVault = true)
 {
     qputenv("PEXI_NO_KEYRING", "1");
-    auto &vault = context.keep<TemporaryVault>();
+    auto &vault = context.keep<TemporaryVault>(withVault);
     auto &grids = context.keep<pexi::GridLibrary>(vault.vault);
     auto &launcher = context.keep<NullLauncher>();
     auto &browser = context.keep<pexi::BrowserController>(launcher);
@@ -174,6 +176,30 @@ QWidget *recallFailure(ScreenshotContext &context)
     return screen;
 }
 
+// The first run, two pictures of the first grid picked.
+QWidget *vaultSetup(ScreenshotContext &context)
+{
+    pexi::RecallViewController *screen = recallScreen(context, false);
+    auto *setup = screen->findChild<pexi::VaultSetupViewController *>();
+    setup->page(0)->toggleSelectionAt(2);
+    setup->page(0)->toggleSelectionAt(9);
+    return screen;
+}
+
+// The confirmation after one that named other pictures.
+QWidget *vaultSetupMismatch(ScreenshotContext &context)
+{
+    pexi::RecallViewController *screen = recallScreen(context, false);
+    auto *setup = screen->findChild<pexi::VaultSetupViewController *>();
+    for (const int first : {0, 1}) {
+        for (int page = 0; page < pexi::VaultSetupViewController::numberOfGrids; ++page) {
+            for (const int index : {first, 4, 8})
+                setup->page(page)->toggleSelectionAt(index);
+        }
+    }
+    return screen;
+}
+
 } // namespace
 
 QList<Screen> screens()
@@ -186,5 +212,7 @@ QList<Screen> screens()
         {QStringLiteral("recall"), recallPartlyPicked},
         // Long enough for the failure screen to slide in.
         {QStringLiteral("recall-failure"), recallFailure, 400},
+        {QStringLiteral("vault-setup"), vaultSetup},
+        {QStringLiteral("vault-setup-mismatch"), vaultSetupMismatch},
     };
 }
