@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/LoggingWindow.h"
+#include "app/Window.h"
 
 #include <memory>
 
@@ -29,8 +29,7 @@ private:
     std::unique_ptr<ColorSchemeMonitor> m_colorScheme;
     // In this order, so that the capture lets go of the centre before the centre goes.
     std::unique_ptr<UserNotificationCenter> m_notifications;
-    // Until the floating window exists, opening it is only logged.
-    LoggingWindow m_window;
+    Window m_window;
     std::unique_ptr<SavePasswordController> m_capture;
 };
 

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "core/NotificationCenter.h"
+
+#include <QWidget>
+
+namespace pexi {
+
+// Holds the password list while it is presented over the unlock, and slides it away when the
+// vault locks, whoever locked it, which shows the unlock again.
+class InventoryWrapperViewController : public QWidget
+{
+    Q_OBJECT
+public:
+    InventoryWrapperViewController(QWidget *mainViewController,
+                                   NotificationCenter &center = NotificationCenter::defaultCenter(),
+                                   QWidget *parent = nullptr);
+    ~InventoryWrapperViewController() override;
+
+    QWidget *mainViewController() const { return m_mainViewController; }
+
+    void pexiDidLock();
+
+private:
+    QWidget *m_mainViewController;
+    NotificationCenter &m_center;
+    ObserverToken m_lockObserver;
+};
+
+} // namespace pexi
