@@ -26,6 +26,11 @@ bool FloatingWindowController::canPlaceWindows()
     return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
+FloatingWindowController::~FloatingWindowController()
+{
+    delete m_window;
+}
+
 void FloatingWindowController::show(QWidget *contentViewController, QPointF anchor,
                                     bool keepPosition)
 {

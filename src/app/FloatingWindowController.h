@@ -27,6 +27,7 @@ public:
     static bool canPlaceWindows();
 
     using QObject::QObject;
+    ~FloatingWindowController() override;
 
     // `keepPosition` leaves the window where the window system puts it.
     void show(QWidget *contentViewController, QPointF anchor, bool keepPosition = false);

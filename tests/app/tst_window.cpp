@@ -1,0 +1,202 @@
+#include "support/RecordingLauncher.h"
+#include "support/TemporaryPreferences.h"
+#include "support/TemporaryVault.h"
+
+#include "app/InventoryWrapperViewController.h"
+#include "app/WelcomeViewController.h"
+#include "app/Window.h"
+#include "core/InventoryItem.h"
+#include "recall/RecallCollectionViewController.h"
+
+#include <QApplication>
+#include <QTest>
+
+using pexi::FloatingWindowController;
+
+namespace {
+
+// A window opened as a person would have it, on a real vault and settings of its own.
+struct Opened
+{
+    explicit Opened(bool showWelcome) { preferences->setShowWelcomeScreen(showWelcome); }
+
+    pexi::FloatingWindow *floating() { return window.windowController().window(); }
+    pexi::RecallViewController *recall()
+    {
+        return floating()->findChild<pexi::RecallViewController *>();
+    }
+    template <class Screen> Screen *shown() { return floating()->findChild<Screen *>(); }
+    void showAt(QPointF point = {400, 40}, const pexi::InventoryItem *item = nullptr)
+    {
+        item ? window.showAt(point, *item) : window.showAt(point);
+        QVERIFY(QTest::qWaitForWindowActive(floating()));
+    }
+
+    // The letters of the user's pictures on the grid shown, typed to whatever has the focus.
+    void typeRightLetters()
+    {
+        const int page = recall()->selectedIndex();
+        const QStringList names = grids.grids().at(page).pictureNames();
+        for (const QString &mine : TemporaryVault::chosen().at(page)) {
+            const QString letter =
+                pexi::RecallCollectionViewController::letters.at(names.indexOf(mine));
+            QTest::keyClick(QApplication::focusWidget(), letter.at(0).toLower().toLatin1());
+        }
+    }
+
+    TemporaryVault v;
+    pexi::GridLibrary grids{v.vault};
+    RecordingLauncher launcher;
+    pexi::BrowserController browser{launcher};
+    TemporaryPreferences store;
+    std::unique_ptr<pexi::Preferences> preferences = store.preferences();
+    pexi::Window window{{{grids, v.vault, v.locker, browser, launcher}, *preferences, v.center, [] {
+                             return new QWidget;
+                         }}};
+};
+
+} // namespace
+
+class TestWindow : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { qputenv("PEXI_NO_KEYRING", "1"); }
+
+    void placement_data()
+    {
+        QTest::addColumn<QRect>("screen");
+        QTest::addColumn<QPointF>("anchor");
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QPoint>("topLeft");
+        const QRect screen(0, 0, 1920, 1080);
+        const QSize window(340, 440);
+        QTest::newRow("hangs centred from the anchor")
+            << screen << QPointF(960, 30) << window << QPoint(790, 30);
+        QTest::newRow("5 from the left edge")
+            << screen << QPointF(5, 30) << window << QPoint(10, 30);
+        QTest::newRow("5 from the right edge: its right edge 10 from the screen's")
+            << screen << QPointF(1915, 30) << window << QPoint(1570, 30);
+        QTest::newRow("above the top edge")
+            << screen << QPointF(960, -40) << window << QPoint(790, 10);
+        QTest::newRow("taller than the room below: its bottom 10 above the screen's")
+            << screen << QPointF(960, 900) << window << QPoint(790, 630);
+        QTest::newRow("taller than the screen: the top wins")
+            << QRect(0, 0, 1920, 400) << QPointF(960, 30) << window << QPoint(790, 10);
+        QTest::newRow("wider than the screen: the right wins")
+            << QRect(0, 0, 300, 1080) << QPointF(150, 30) << window << QPoint(-50, 30);
+        QTest::newRow("a second screen to the right, panel above")
+            << QRect(1920, 32, 1280, 1024) << QPointF(1925, 32) << window << QPoint(1930, 42);
+    }
+    void placement()
+    {
+        QFETCH(QRect, screen);
+        QFETCH(QPointF, anchor);
+        QFETCH(QSize, size);
+        QFETCH(QPoint, topLeft);
+        QCOMPARE(FloatingWindowController::frameFor(screen, anchor, size), QRect(topLeft, size));
+    }
+
+    void whatShows_data()
+    {
+        QTest::addColumn<bool>("showWelcome");
+        QTest::addColumn<bool>("unlocked");
+        QTest::addColumn<bool>("withItem");
+        QTest::addColumn<bool>("welcome");
+        QTest::addColumn<bool>("list");
+        QTest::newRow("first showing") << true << false << false << true << false;
+        QTest::newRow("first showing, vault open: unlock first")
+            << true << true << false << true << false;
+        QTest::newRow("with an item: never the welcome") << true << false << true << false << false;
+        QTest::newRow("with an item, vault open") << true << true << true << false << true;
+        QTest::newRow("welcome read, locked") << false << false << false << false << false;
+        QTest::newRow("welcome read, vault open") << false << true << false << false << true;
+    }
+    void whatShows()
+    {
+        QFETCH(bool, showWelcome);
+        QFETCH(bool, unlocked);
+        QFETCH(bool, withItem);
+        Opened o(showWelcome);
+        if (unlocked)
+            QVERIFY(o.v.unlock());
+        const pexi::InventoryItem item(QStringLiteral("Mail"), QStringLiteral("secret"));
+        o.showAt({400, 40}, withItem ? &item : nullptr);
+        QFETCH(bool, welcome);
+        QFETCH(bool, list);
+        QCOMPARE(o.shown<pexi::WelcomeViewController>() != nullptr, welcome);
+        QCOMPARE(o.shown<pexi::InventoryWrapperViewController>() != nullptr, list);
+        QCOMPARE(o.floating()->windowTitle(), QStringLiteral("Pexi"));
+        // Only reading the welcome puts it away for good.
+        QCOMPARE(o.preferences->showWelcomeScreen(), showWelcome);
+    }
+
+    void welcomeDismissedByKeyThenLettersPick_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::newRow("Return") << int(Qt::Key_Return);
+        QTest::newRow("Space") << int(Qt::Key_Space);
+    }
+    void welcomeDismissedByKeyThenLettersPick()
+    {
+        Opened o(true);
+        o.showAt();
+        QFETCH(int, key);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key(key));
+        QVERIFY(!o.preferences->showWelcomeScreen());
+        o.typeRightLetters();
+        QCOMPARE(o.recall()->page(0)->selection().size(), 3);
+        QTRY_VERIFY(!o.shown<pexi::WelcomeViewController>());
+        // Shown again, it goes straight to the pictures.
+        o.showAt();
+        QVERIFY(!o.shown<pexi::WelcomeViewController>());
+    }
+
+    void listSlidInAfterUnlockAndAwayOnLock()
+    {
+        Opened o(false);
+        o.showAt();
+        for (int grid = 0; grid < pexi::RecallViewController::numberOfGrids; ++grid)
+            o.typeRightLetters();
+        QTRY_VERIFY(o.shown<pexi::InventoryWrapperViewController>());
+        QCOMPARE(o.v.locker.lockState(), pexi::LockState::unlocked);
+        o.v.locker.lock();
+        QTRY_VERIFY(!o.shown<pexi::InventoryWrapperViewController>());
+        QVERIFY(o.floating()->isVisible());
+    }
+
+    void hiding_data()
+    {
+        QTest::addColumn<QString>("event");
+        QTest::addColumn<bool>("stays");
+        QTest::newRow("another window of ours takes the focus") << "own window" << true;
+        QTest::newRow("another application becomes active") << "inactive" << false;
+        QTest::newRow("Escape") << "escape" << false;
+        QTest::newRow("shown again: the new window replaces it") << "shown again" << false;
+    }
+    void hiding()
+    {
+        QFETCH(QString, event);
+        Opened o(false);
+        o.showAt();
+        const QPointer<QWidget> first = o.floating();
+        QWidget other;
+        if (event == u"own window") {
+            other.show();
+            other.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&other));
+        } else if (event == u"inactive") {
+            emit qApp->applicationStateChanged(Qt::ApplicationInactive);
+        } else if (event == u"escape") {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        } else {
+            o.showAt();
+        }
+        QFETCH(bool, stays);
+        QTRY_COMPARE(first && first->isVisible(), stays);
+    }
+};
+
+QTEST_MAIN(TestWindow)
+#include "tst_window.moc"
