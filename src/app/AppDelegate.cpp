@@ -16,7 +16,6 @@
 #include "ui/Appearance.h"
 
 #include <QCursor>
-#include <QDateTime>
 
 namespace pexi {
 
@@ -57,9 +56,7 @@ bool AppDelegate::applicationDidFinishLaunching()
 
     SyncService &sync = SyncService::shared();
     sync.setRemoteStoreChangedHandler([] {
-        logLine(
-            QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss +0000")) +
-            QStringLiteral(" Remote store changed, forcing lock"));
+        logLine(logDate() + QStringLiteral(" Remote store changed, forcing lock"));
         Locker::instance().lock();
     });
     sync.start();
