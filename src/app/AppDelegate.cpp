@@ -20,7 +20,6 @@
 
 #include <QCoreApplication>
 #include <QCursor>
-#include <QDateTime>
 
 namespace pexi {
 
@@ -76,9 +75,7 @@ AppDelegate::LaunchResult AppDelegate::applicationDidFinishLaunching()
 
     SyncService &sync = SyncService::shared();
     sync.setRemoteStoreChangedHandler([] {
-        logLine(
-            QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss +0000")) +
-            QStringLiteral(" Remote store changed, forcing lock"));
+        logLine(logDate() + QStringLiteral(" Remote store changed, forcing lock"));
         Locker::instance().lock();
     });
     sync.start();

@@ -261,17 +261,46 @@ QList<InventoryItem> Inventory::itemList() const
     return items;
 }
 
-QList<InventoryItem> Inventory::search(const QString &text) const
+namespace {
+
+// What search looks for in the entries' texts; none when nothing can match.
+std::optional<QString> needleFor(const QString &text)
 {
     const QString needle = fold(text.trimmed());
-    QList<InventoryItem> found;
     if (needle.contains(fieldSeparator))
+        return std::nullopt;
+    return needle;
+}
+
+} // namespace
+
+QList<InventoryItem> Inventory::search(const QString &text) const
+{
+    QList<InventoryItem> found;
+    const std::optional<QString> needle = needleFor(text);
+    if (!needle)
         return found;
     for (const Entry *entry : m_order) {
-        if (entry->searchText.contains(needle))
+        if (entry->searchText.contains(*needle))
             found.append(entry->item);
     }
     return found;
+}
+
+bool Inventory::matches(const QString &uuid, const QString &text) const
+{
+    const EntryPointer entry = m_entries.value(uuid);
+    const std::optional<QString> needle = needleFor(text);
+    return entry && entry->listed() && needle && entry->searchText.contains(*needle);
+}
+
+bool Inventory::isListedBefore(const QString &a, const QString &b) const
+{
+    const EntryPointer first = m_entries.value(a);
+    const EntryPointer second = m_entries.value(b);
+    if (!first || !second)
+        return first && !second;
+    return listedBefore(first.get(), second.get());
 }
 
 QList<InventoryItem> Inventory::itemsMatchingHost(const HostnameInfo &host) const

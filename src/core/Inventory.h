@@ -44,6 +44,11 @@ public:
     bool containsLogin(const QString &username, const QString &site, const QString &password) const;
     std::optional<InventoryItem> item(const QString &uuid) const;
     int count() const;
+    // What a list that follows the changes needs to place one item among the rows it shows:
+    // whether search(text) gives the listed item `uuid`, and whether item `a` comes before item
+    // `b` in the inventory order. Unknown uuids match nothing and come last.
+    bool matches(const QString &uuid, const QString &text) const;
+    bool isListedBefore(const QString &a, const QString &b) const;
 
     // Same uuid: that item is replaced. preserveTitle with no uuid match: an item for the same
     // registrable site and username takes the new password and time and keeps its title.

@@ -1,6 +1,7 @@
 #include "core/Log.h"
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QMutex>
 #include <QMutexLocker>
 
@@ -22,6 +23,11 @@ void logLine(const QString &line)
     QMutexLocker locker(&mutex);
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
     std::fflush(stdout);
+}
+
+QString logDate()
+{
+    return QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss +0000"));
 }
 
 QString loggable(QStringView text)

@@ -1,10 +1,10 @@
 #include "VaultTool.h"
 
-#include "LoginCsv.h"
 #include "RecallInput.h"
 
 #include "core/GridLibrary.h"
 #include "core/Inventory.h"
+#include "core/LoginImporter.h"
 #include "core/PictureLibrary.h"
 #include "core/VaultError.h"
 
@@ -287,34 +287,18 @@ void VaultTool::import(const QStringList &arguments)
     requireVault();
     unlock();
 
-    QList<InventoryItem> added;
-    QStringList skipped;
-    m_locker->runWithInventory([&](Inventory &inventory) {
-        QSet<QString> seen;
-        for (const CsvLogin &login : logins) {
-            const QString key = login.site + QChar(0) + login.username + QChar(0) + login.password;
-            const std::optional<QString> username =
-                login.username.isEmpty() ? std::nullopt : std::optional(login.username);
-            const std::optional<QString> site =
-                login.site.isEmpty() ? std::nullopt : std::optional(login.site);
-            if (inventory.containsLogin(login.username, login.site, login.password)) {
-                skipped.append(QStringLiteral("row %1 (%2): the same login is already saved")
-                                   .arg(login.row)
-                                   .arg(flat(login.title)));
-            } else if (seen.contains(key)) {
-                skipped.append(QStringLiteral("row %1 (%2): repeats an earlier row of the file")
-                                   .arg(login.row)
-                                   .arg(flat(login.title)));
-            } else {
-                seen.insert(key);
-                added.append(InventoryItem(login.title, username, login.password, site));
-            }
-        }
-        inventory.add(added);
-    });
-    m_out << "Added " << added.size() << ", skipped " << skipped.size() << " (duplicates)\n";
-    for (const QString &reason : skipped)
-        m_out << "skipped " << reason << "\n";
+    LoginImporter::Result result;
+    m_locker->runWithInventory(
+        [&](Inventory &inventory) { result = LoginImporter::import(inventory, logins); });
+    m_out << "Added " << result.added.size() << ", skipped " << result.skipped.size()
+          << " (duplicates)\n";
+    for (const LoginImporter::Skipped &skipped : result.skipped) {
+        m_out << "skipped row " << skipped.login.row << " (" << flat(skipped.login.title) << "): "
+              << (skipped.reason == LoginImporter::Reason::alreadySaved
+                      ? "the same login is already saved"
+                      : "repeats an earlier row of the file")
+              << "\n";
+    }
 }
 
 void VaultTool::exportDeviceKey()

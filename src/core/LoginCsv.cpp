@@ -1,4 +1,4 @@
-#include "LoginCsv.h"
+#include "core/LoginCsv.h"
 
 #include "core/HostnameInfo.h"
 

@@ -1,0 +1,94 @@
+#include "inventory/InventoryItemDelegate.h"
+
+#include "inventory/InventoryListModel.h"
+#include "ui/Appearance.h"
+
+#include <QMouseEvent>
+#include <QPainter>
+
+namespace pexi {
+
+namespace {
+
+constexpr int margin = 14;
+constexpr int buttonSize = 28;
+// The user name is tucked under the title: the two lines overlap a little by design.
+constexpr int lineOverlap = 2;
+
+} // namespace
+
+QRect InventoryItemDelegate::menuButtonRect(const QRect &row)
+{
+    return {row.right() - margin / 2 - buttonSize + 1, row.center().y() - buttonSize / 2 + 1,
+            buttonSize, buttonSize};
+}
+
+void InventoryItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                                  const QModelIndex &index) const
+{
+    const Appearance &appearance = Appearance::instance();
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    if (option.state & QStyle::State_MouseOver)
+        painter->fillRect(option.rect, appearance.color(Appearance::Color::Selection));
+
+    const QRect button = menuButtonRect(option.rect);
+    const QRect text(option.rect.left() + margin, option.rect.top(),
+                     button.left() - option.rect.left() - margin - 4, option.rect.height());
+    const QString title = index.data(Qt::DisplayRole).toString();
+    const QString username = index.data(InventoryListModel::UsernameRole).toString();
+
+    const QFont titleFont = Appearance::mediumFont(13);
+    const QFont usernameFont = Appearance::regularFont(12);
+    const QFontMetrics titleMetrics(titleFont);
+    const QFontMetrics usernameMetrics(usernameFont);
+    const int height =
+        titleMetrics.height() + (username.isEmpty() ? 0 : usernameMetrics.height() - lineOverlap);
+    int top = text.top() + (text.height() - height) / 2;
+
+    painter->setFont(titleFont);
+    painter->setPen(appearance.color(Appearance::Color::Text));
+    painter->drawText(QRect(text.left(), top, text.width(), titleMetrics.height()),
+                      Qt::AlignLeft | Qt::AlignVCenter,
+                      titleMetrics.elidedText(title, Qt::ElideRight, text.width()));
+    if (!username.isEmpty()) {
+        top += titleMetrics.height() - lineOverlap;
+        painter->setFont(usernameFont);
+        painter->setPen(appearance.color(Appearance::Color::SecondaryText));
+        painter->drawText(QRect(text.left(), top, text.width(), usernameMetrics.height()),
+                          Qt::AlignLeft | Qt::AlignVCenter,
+                          usernameMetrics.elidedText(username, Qt::ElideRight, text.width()));
+    }
+
+    // The menu button: three dots in the text colour.
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(appearance.color(Appearance::Color::SecondaryText));
+    const QPointF centre = QRectF(button).center();
+    for (int dot = -1; dot <= 1; ++dot)
+        painter->drawEllipse(centre + QPointF(dot * 5.5, 0), 1.75, 1.75);
+    painter->restore();
+}
+
+QSize InventoryItemDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const
+{
+    return {option.rect.width(), rowHeight};
+}
+
+bool InventoryItemDelegate::editorEvent(QEvent *event, QAbstractItemModel *,
+                                        const QStyleOptionViewItem &option,
+                                        const QModelIndex &index)
+{
+    // The view hands over a release only when the press was on the same row: a click.
+    if (event->type() != QEvent::MouseButtonRelease)
+        return false;
+    const auto *mouse = static_cast<QMouseEvent *>(event);
+    if (mouse->button() != Qt::LeftButton)
+        return false;
+    if (menuButtonRect(option.rect).contains(mouse->position().toPoint()))
+        emit menuButtonClicked(index);
+    else
+        emit itemClicked(index);
+    return true;
+}
+
+} // namespace pexi

@@ -1,0 +1,239 @@
+#include "inventory/InventoryViewController.h"
+
+#include "ui_InventoryViewController.h"
+
+#include "app/SettingsPopupMenuWindow.h"
+
+#include "core/Constants.h"
+#include "core/Inventory.h"
+#include "core/Log.h"
+#include "core/LoginImporter.h"
+#include "core/VaultError.h"
+#include "inventory/InventoryItemDelegate.h"
+#include "ui/Appearance.h"
+#include "ui/Hud.h"
+#include "ui/SlidePresentationAnimator.h"
+
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+
+namespace pexi {
+
+namespace {
+
+// Spaces and tabs only: a line break typed into the search is kept.
+QString trimSpacesAndTabs(const QString &text)
+{
+    const auto blank = [](QChar c) { return c == u' ' || c == u'\t'; };
+    qsizetype begin = 0;
+    qsizetype end = text.size();
+    while (begin < end && blank(text.at(begin)))
+        ++begin;
+    while (end > begin && blank(text.at(end - 1)))
+        --end;
+    return text.mid(begin, end - begin);
+}
+
+void dismiss(QPointer<QWidget> &screen)
+{
+    if (screen)
+        SlidePresentationAnimator::dismiss(screen);
+    screen = nullptr;
+}
+
+} // namespace
+
+InventoryViewController::InventoryViewController(InventoryServices services, QWidget *parent)
+    : QWidget(parent), m_services(services), ui(std::make_unique<Ui::InventoryViewController>()),
+      m_delegate(new InventoryItemDelegate(this))
+{
+    ui->setupUi(this);
+    setAutoFillBackground(true);
+    ui->titleLabel->setFont(Appearance::mediumFont(17));
+    ui->inventoryTableView->setModel(&m_model);
+    ui->inventoryTableView->setItemDelegate(m_delegate);
+    ui->searchFieldView->hide();
+    ui->emptyView->hide();
+
+    connect(ui->searchField, &QLineEdit::textChanged, this, &InventoryViewController::refresh);
+    connect(ui->settingsButton, &QPushButton::clicked, this,
+            [this] { m_services.settingsMenu.open(ui->settingsButton); });
+    connect(ui->importButton, &QPushButton::clicked, this, &InventoryViewController::importClicked);
+    connect(&m_services.locker, &Locker::inventoryChanged, this,
+            &InventoryViewController::followChange);
+}
+
+InventoryViewController::~InventoryViewController()
+{
+    if (isVisible())
+        m_services.sync.setInventoryUpdatedHandler({});
+}
+
+QString InventoryViewController::searchText() const
+{
+    return trimSpacesAndTabs(ui->searchField->text());
+}
+
+void InventoryViewController::refresh()
+{
+    const QString text = searchText();
+    int total = 0;
+    QList<InventoryItem> rows;
+    m_services.locker.runWithInventory([&](Inventory &inventory) {
+        total = inventory.count();
+        rows = text.isEmpty() ? inventory.itemList() : inventory.search(text);
+    });
+    m_model.setRows(rows);
+    showControls(total);
+}
+
+void InventoryViewController::followChange(const InventoryChange &change)
+{
+    bool followed = false;
+    int total = 0;
+    m_services.locker.runWithInventory([&](Inventory &inventory) {
+        followed = m_model.apply(change, inventory, searchText());
+        total = inventory.count();
+    });
+    if (followed)
+        showControls(total);
+    else
+        refresh();
+}
+
+void InventoryViewController::refreshControls()
+{
+    int total = 0;
+    m_services.locker.runWithInventory([&](Inventory &inventory) { total = inventory.count(); });
+    showControls(total);
+}
+
+void InventoryViewController::showControls(int total)
+{
+    // The total, not the matches: a search that finds nothing keeps its field.
+    ui->searchFieldView->setVisible(total >=
+                                    Constants::AppConstants::MIN_ITEMS_FOR_SEARCH_AND_INDEXES);
+    ui->emptyView->setVisible(total == 0);
+    ui->inventoryTableView->setVisible(total > 0);
+}
+
+void InventoryViewController::scrollToItem(const InventoryItem &item)
+{
+    const int row = m_model.rowOf(item.uuid());
+    if (row >= 0)
+        ui->inventoryTableView->scrollTo(m_model.index(row));
+}
+
+bool InventoryViewController::write(const std::function<void(Inventory &)> &block)
+{
+    try {
+        m_services.locker.runWithInventory(block);
+        return true;
+    } catch (const VaultError &error) {
+        hudWithTitle(this, error.message());
+        return false;
+    }
+}
+
+void InventoryViewController::didAddPassword(const InventoryItem &item)
+{
+    if (!write([&](Inventory &inventory) {
+            m_services.analytics.logEvent(QStringLiteral("Mac_PasswordAdded"));
+            inventory.upsert(item);
+        }))
+        return;
+    refreshControls();
+    dismiss(m_addScreen);
+    scrollToItem(item);
+    hudWithTitle(this, tr("Password saved"));
+}
+
+void InventoryViewController::didSavePassword(const InventoryItem &item)
+{
+    if (!write([&](Inventory &inventory) {
+            const std::optional<InventoryItem> existing = inventory.item(item.uuid());
+            if (!existing || existing->deleted())
+                m_services.analytics.logEvent(QStringLiteral("Mac_PasswordAdded"));
+            inventory.upsert(item);
+        }))
+        return;
+    refreshControls();
+    dismiss(m_saveScreen);
+    scrollToItem(item);
+    hudWithTitle(this, tr("Password saved"));
+}
+
+void InventoryViewController::didUpdatePassword(const InventoryItem &item)
+{
+    if (!write([&](Inventory &inventory) { inventory.upsert(item); }))
+        return;
+    refreshControls();
+    dismiss(m_editScreen);
+    dismiss(m_menu);
+    scrollToItem(item);
+}
+
+void InventoryViewController::didDeletePassword(const InventoryItem &item)
+{
+    if (!write([&](Inventory &inventory) { inventory.deleteItem(item.uuid()); }))
+        return;
+    refreshControls();
+    hudWithTitle(this, tr("Password deleted"));
+    dismiss(m_deleteScreen);
+    dismiss(m_menu);
+}
+
+void InventoryViewController::inventoryUpdatedFromRemote()
+{
+    logLine(logDate() + QStringLiteral(" Inventory updated from remote source: refreshing."));
+    // The name is the one every remote update has always been logged under, whatever changed.
+    m_services.analytics.logEvent(QStringLiteral("Mac_PasswordDeleted"));
+    // The rows already followed the change through the locker.
+    refreshControls();
+}
+
+void InventoryViewController::importClicked()
+{
+    const QString path = QFileDialog::getOpenFileName(this, tr("Import passwords"), QString(),
+                                                      tr("CSV files (*.csv);;All files (*)"));
+    if (!path.isEmpty())
+        importLogins(path);
+}
+
+void InventoryViewController::importLogins(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        hudWithTitle(this, tr("Cannot read %1").arg(QFileInfo(path).fileName()));
+        return;
+    }
+    QList<CsvLogin> logins;
+    try {
+        logins = LoginCsv::parse(QString::fromUtf8(file.readAll()));
+    } catch (const CsvError &error) {
+        hudWithTitle(this, QString::fromStdString(error.what()));
+        return;
+    }
+    LoginImporter::Result result;
+    if (!write([&](Inventory &inventory) { result = LoginImporter::import(inventory, logins); }))
+        return;
+    refreshControls();
+    const qsizetype added = result.added.size();
+    hudWithTitle(this, added == 1 ? tr("1 password added") : tr("%1 passwords added").arg(added));
+}
+
+void InventoryViewController::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    refresh();
+    m_services.sync.setInventoryUpdatedHandler([this] { inventoryUpdatedFromRemote(); });
+}
+
+void InventoryViewController::hideEvent(QHideEvent *event)
+{
+    m_services.sync.setInventoryUpdatedHandler({});
+    QWidget::hideEvent(event);
+}
+
+} // namespace pexi

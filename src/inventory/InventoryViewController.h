@@ -1,0 +1,87 @@
+#pragma once
+
+#include "app/AnalyticsLogger.h"
+#include "app/SettingsPopupMenu.h"
+#include "core/InventoryChange.h"
+#include "core/InventoryItem.h"
+#include "core/Locker.h"
+#include "core/SyncService.h"
+#include "inventory/InventoryListModel.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+namespace Ui {
+class InventoryViewController;
+}
+
+namespace pexi {
+
+class Inventory;
+class InventoryItemDelegate;
+
+// What the password list works with; the process-wide ones unless told otherwise.
+struct InventoryServices
+{
+    Locker &locker = Locker::instance();
+    SyncService &sync = SyncService::shared();
+    EventLogger &analytics = AnalyticsLogger::instance();
+    SettingsPopupMenu &settingsMenu = SettingsPopupMenu::instance();
+};
+
+// The saved logins of the unlocked vault, one row each, with a search field once there are
+// enough of them to need one, and the flows that add, save, edit and delete an item. Every write
+// goes through the locker; the rows follow the core's changes, whoever made them.
+class InventoryViewController : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit InventoryViewController(InventoryServices services = {}, QWidget *parent = nullptr);
+    ~InventoryViewController() override;
+
+    // Reads the rows again: all items, or the matches of the search text.
+    void refresh();
+    // Brings the item's row into view, if it is shown.
+    void scrollToItem(const InventoryItem &item);
+
+    // The flows the screens report back to.
+    void didAddPassword(const InventoryItem &item);
+    void didSavePassword(const InventoryItem &item);
+    void didUpdatePassword(const InventoryItem &item);
+    void didDeletePassword(const InventoryItem &item);
+    void inventoryUpdatedFromRemote();
+
+    // Adds the logins of a browser's CSV export and says how many were added.
+    void importLogins(const QString &path);
+
+    InventoryListModel &model() { return m_model; }
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    void followChange(const InventoryChange &change);
+    // The search field and the empty-vault sentence, for the number of items now in the vault.
+    void refreshControls();
+    void showControls(int total);
+    void importClicked();
+    // Runs a write; a failure is told over the list and gives false.
+    bool write(const std::function<void(Inventory &)> &block);
+    QString searchText() const;
+
+    InventoryServices m_services;
+    std::unique_ptr<Ui::InventoryViewController> ui;
+    InventoryListModel m_model;
+    InventoryItemDelegate *m_delegate;
+    QPointer<QWidget> m_addScreen;
+    QPointer<QWidget> m_saveScreen;
+    QPointer<QWidget> m_menu;
+    QPointer<QWidget> m_editScreen;
+    QPointer<QWidget> m_deleteScreen;
+};
+
+} // namespace pexi
