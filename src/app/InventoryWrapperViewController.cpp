@@ -1,6 +1,7 @@
 #include "app/InventoryWrapperViewController.h"
 
 #include "core/Locker.h"
+#include "inventory/InventoryViewController.h"
 #include "ui/SlidePresentationAnimator.h"
 
 #include <QPointer>
@@ -8,9 +9,8 @@
 
 namespace pexi {
 
-InventoryWrapperViewController::InventoryWrapperViewController(QWidget *mainViewController,
-                                                               NotificationCenter &center,
-                                                               QWidget *parent)
+InventoryWrapperViewController::InventoryWrapperViewController(
+    InventoryViewController *mainViewController, NotificationCenter &center, QWidget *parent)
     : QWidget(parent), m_mainViewController(mainViewController), m_center(center)
 {
     setAccessibleName(QStringLiteral("Passwords"));

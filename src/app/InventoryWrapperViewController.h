@@ -6,23 +6,25 @@
 
 namespace pexi {
 
+class InventoryViewController;
+
 // Holds the password list while it is presented over the unlock, and slides it away when the
 // vault locks, whoever locked it, which shows the unlock again.
 class InventoryWrapperViewController : public QWidget
 {
     Q_OBJECT
 public:
-    InventoryWrapperViewController(QWidget *mainViewController,
+    InventoryWrapperViewController(InventoryViewController *mainViewController,
                                    NotificationCenter &center = NotificationCenter::defaultCenter(),
                                    QWidget *parent = nullptr);
     ~InventoryWrapperViewController() override;
 
-    QWidget *mainViewController() const { return m_mainViewController; }
+    InventoryViewController *mainViewController() const { return m_mainViewController; }
 
     void pexiDidLock();
 
 private:
-    QWidget *m_mainViewController;
+    InventoryViewController *m_mainViewController;
     NotificationCenter &m_center;
     ObserverToken m_lockObserver;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/SettingsPopupMenuViewController.h"
+#include "app/SettingsPopupMenuWindow.h"
 
 #include <QObject>
 #include <QPointF>
@@ -9,8 +10,6 @@
 #include <functional>
 
 namespace pexi {
-
-class SettingsPopupMenuWindow;
 
 // Opens the settings pop-up hanging to the left of and below the middle of the button that asked
 // for it, or from the mouse pointer when no button did (a keyboard shortcut).

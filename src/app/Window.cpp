@@ -69,8 +69,8 @@ void Window::recallViewControllerDidUnlock(RecallViewController *controller)
 
 InventoryWrapperViewController *Window::presentInventory(QWidget *recallWrapper, double duration)
 {
-    auto *inventory =
-        new InventoryWrapperViewController(m_services.makeInventory(), m_services.center);
+    auto *inventory = new InventoryWrapperViewController(
+        new InventoryViewController(m_services.inventory), m_services.center);
     SlidePresentationAnimator::present(
         inventory, recallWrapper,
         new SlidePresentationAnimator(SlidePresentationAnimator::SlideLeft, duration,

@@ -4,10 +4,9 @@
 #include "app/Preferences.h"
 #include "capture/WindowPresenter.h"
 #include "core/NotificationCenter.h"
+#include "inventory/InventoryViewController.h"
 #include "recall/RecallViewController.h"
 #include "recall/RecallViewControllerDelegate.h"
-
-#include <functional>
 
 namespace pexi {
 
@@ -17,11 +16,10 @@ class InventoryWrapperViewController;
 struct WindowServices
 {
     RecallServices recall = {};
+    InventoryServices inventory = {};
     Preferences &preferences = Preferences::instance();
     // Where the locker posts its lock notifications.
     NotificationCenter &center = NotificationCenter::defaultCenter();
-    // Makes the password list shown while the vault is open.
-    std::function<QWidget *()> makeInventory;
 };
 
 // Opens the floating window: the unlock, with the welcome over it until the user has read it

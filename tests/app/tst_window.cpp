@@ -1,3 +1,4 @@
+#include "support/DesktopDoubles.h"
 #include "support/RecordingLauncher.h"
 #include "support/TemporaryPreferences.h"
 #include "support/TemporaryVault.h"
@@ -6,6 +7,7 @@
 #include "app/WelcomeViewController.h"
 #include "app/Window.h"
 #include "core/InventoryItem.h"
+#include "platform/LinuxApplicationLauncher.h"
 #include "recall/RecallCollectionViewController.h"
 
 #include <QApplication>
@@ -48,11 +50,16 @@ struct Opened
     pexi::GridLibrary grids{v.vault};
     RecordingLauncher launcher;
     pexi::BrowserController browser{launcher};
+    pexi::LinuxApplicationLauncher applications;
     TemporaryPreferences store;
     std::unique_ptr<pexi::Preferences> preferences = store.preferences();
-    pexi::Window window{{{grids, v.vault, v.locker, browser, launcher}, *preferences, v.center, [] {
-                             return new QWidget;
-                         }}};
+    pexi::SyncService sync{v.vault, v.locker};
+    NullEventLogger analytics;
+    pexi::SettingsPopupMenu settingsMenu{{v.locker, browser, launcher, applications, *preferences}};
+    pexi::Window window{{{grids, v.vault, v.locker, browser, launcher},
+                         {v.locker, sync, analytics, settingsMenu},
+                         *preferences,
+                         v.center}};
 };
 
 } // namespace
