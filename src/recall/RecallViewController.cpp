@@ -209,10 +209,15 @@ void RecallViewController::presentFailure(const QString &reason)
         SlidePresentationAnimator::dismiss(failure);
         page(selectedIndex())->setFocus();
     };
-    SlidePresentationAnimator::present(
-        failure, this,
-        new SlidePresentationAnimator(SlidePresentationAnimator::SlideRight, 0.2, std::nullopt,
-                                      true));
+    auto *animator = new SlidePresentationAnimator(SlidePresentationAnimator::SlideRight, 0.2,
+                                                   std::nullopt, true);
+    // Once it is in place, with Retry taking the keys.
+    connect(animator, &SlidePresentationAnimator::presentationFinished, failure, [reason] {
+        logLine(reason.isEmpty()
+                    ? QStringLiteral("unlock failed: the pictures did not open the vault")
+                    : QStringLiteral("unlock failed: ") + reason);
+    });
+    SlidePresentationAnimator::present(failure, this, animator);
 }
 
 } // namespace pexi
