@@ -23,7 +23,7 @@ WelcomeViewController::WelcomeViewController(QWidget *parent)
     auto *message = new QLabel(
         QStringLiteral("Pexi keeps your passwords on this computer, locked with pictures only "
                        "you know.\n\nTo unlock, pick your three pictures on each of the three "
-                       "grids: click them, or type their letters."));
+                       "grids. Click them, or type the letter in their corner."));
     message->setWordWrap(true);
     message->setAlignment(Qt::AlignCenter);
     message->setForegroundRole(QPalette::PlaceholderText); // the secondary text colour

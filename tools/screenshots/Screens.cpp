@@ -5,6 +5,7 @@
 #include "app/PreferencesViewController.h"
 #include "app/SettingsPopupMenuViewController.h"
 #include "app/SettingsPopupMenuWindow.h"
+#include "app/Window.h"
 #include "extension/BrowserController.h"
 #include "platform/ApplicationLauncher.h"
 #include "recall/RecallCollectionViewController.h"
@@ -200,6 +201,40 @@ QWidget *vaultSetupMismatch(ScreenshotContext &context)
     return screen;
 }
 
+// The floating window as the worker opens it on a locked vault of its own, with the welcome over
+// the unlock or without it.
+QWidget *floatingWindow(ScreenshotContext &context, bool showWelcome)
+{
+    qputenv("PEXI_NO_KEYRING", "1");
+    auto &vault = context.keep<TemporaryVault>();
+    auto &launcher = context.keep<NullLauncher>();
+    auto &browser = context.keep<pexi::BrowserController>(launcher);
+    pexi::Preferences &preferences = temporaryPreferences(context);
+    preferences.setShowWelcomeScreen(showWelcome);
+    auto &menu =
+        context.keep<pexi::SettingsPopupMenu>(pexi::SettingsPopupMenuViewController::Services{
+            vault.locker, browser, launcher, context.keep<InstalledApplications>(), preferences});
+    auto &window = context.keep<pexi::Window>(pexi::WindowServices{
+        {context.keep<pexi::GridLibrary>(vault.vault), vault.vault, vault.locker, browser,
+         launcher},
+        {vault.locker, context.keep<pexi::SyncService>(vault.vault, vault.locker),
+         context.keep<NullEventLogger>(), menu},
+        preferences,
+        vault.center});
+    window.showAt({640, 40});
+    return window.windowController().window();
+}
+
+QWidget *welcome(ScreenshotContext &context)
+{
+    return floatingWindow(context, true);
+}
+
+QWidget *windowWithUnlock(ScreenshotContext &context)
+{
+    return floatingWindow(context, false);
+}
+
 } // namespace
 
 QList<Screen> screens()
@@ -214,5 +249,7 @@ QList<Screen> screens()
         {QStringLiteral("recall-failure"), recallFailure, 400},
         {QStringLiteral("vault-setup"), vaultSetup},
         {QStringLiteral("vault-setup-mismatch"), vaultSetupMismatch},
+        {QStringLiteral("welcome"), welcome},
+        {QStringLiteral("window-unlock"), windowWithUnlock},
     };
 }
