@@ -2,6 +2,7 @@
 
 #include "inventory/InventoryListModel.h"
 #include "ui/Appearance.h"
+#include "ui/Icons.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -12,6 +13,7 @@ namespace {
 
 constexpr int margin = 14;
 constexpr int buttonSize = 28;
+constexpr int iconSize = 20;
 // The user name is tucked under the title: the two lines overlap a little by design.
 constexpr int lineOverlap = 2;
 
@@ -60,13 +62,22 @@ void InventoryItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem 
                           usernameMetrics.elidedText(username, Qt::ElideRight, text.width()));
     }
 
-    // The menu button: three dots in the text colour.
-    painter->setPen(Qt::NoPen);
-    painter->setBrush(appearance.color(Appearance::Color::SecondaryText));
-    const QPointF centre = QRectF(button).center();
-    for (int dot = -1; dot <= 1; ++dot)
-        painter->drawEllipse(centre + QPointF(dot * 5.5, 0), 1.75, 1.75);
+    const QRect icon(button.center() - QPoint(iconSize / 2, iconSize / 2),
+                     QSize(iconSize, iconSize));
+    painter->drawPixmap(icon, menuIcon(appearance.color(Appearance::Color::SecondaryText),
+                                       painter->device()->devicePixelRatioF()));
     painter->restore();
+}
+
+// Drawn once per colour and pixel density rather than for every row painted.
+const QPixmap &InventoryItemDelegate::menuIcon(const QColor &color, qreal ratio) const
+{
+    if (m_menuIcon.isNull() || m_menuIconColor != color || m_menuIcon.devicePixelRatio() != ratio) {
+        m_menuIcon =
+            tintedPixmap(QStringLiteral("iconMore"), color, QSize(iconSize, iconSize), ratio);
+        m_menuIconColor = color;
+    }
+    return m_menuIcon;
 }
 
 QSize InventoryItemDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const

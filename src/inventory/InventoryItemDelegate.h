@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QColor>
+#include <QPixmap>
 #include <QStyledItemDelegate>
 
 namespace pexi {
@@ -28,6 +30,12 @@ public:
 signals:
     void itemClicked(const QModelIndex &index);
     void menuButtonClicked(const QModelIndex &index);
+
+private:
+    const QPixmap &menuIcon(const QColor &color, qreal ratio) const;
+
+    mutable QPixmap m_menuIcon;
+    mutable QColor m_menuIconColor;
 };
 
 } // namespace pexi

@@ -12,6 +12,7 @@
 #include "inventory/InventoryItemDelegate.h"
 #include "ui/Appearance.h"
 #include "ui/Hud.h"
+#include "ui/Icons.h"
 #include "ui/SlidePresentationAnimator.h"
 
 #include <QFile>
@@ -51,6 +52,8 @@ InventoryViewController::InventoryViewController(InventoryServices services, QWi
     ui->setupUi(this);
     setAutoFillBackground(true);
     ui->titleLabel->setFont(Appearance::mediumFont(17));
+    ui->addButton->setIcon(tintedIcon(QStringLiteral("iconAdd")));
+    ui->settingsButton->setIcon(tintedIcon(QStringLiteral("iconSettings")));
     ui->inventoryTableView->setModel(&m_model);
     ui->inventoryTableView->setItemDelegate(m_delegate);
     ui->searchFieldView->hide();

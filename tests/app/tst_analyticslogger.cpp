@@ -1,11 +1,9 @@
 #include "app/AnalyticsLogger.h"
+#include "support/AnalyticsServer.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QRegularExpression>
 #include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 #include <QThread>
 
@@ -18,73 +16,6 @@ namespace {
 
 const QUuid accountId("{6f1c2a9e-3b7d-4e15-a0c4-9d2e8b7f5a31}");
 const QString accountIdText = "6F1C2A9E-3B7D-4E15-A0C4-9D2E8B7F5A31";
-
-// A plain HTTP/1.1 server on loopback. It answers every request with `status` (0 drops the
-// connection) and describes it: "user properties" or the event name, once the address and the
-// body have been found to be the exact ones for `userId`; otherwise what was wrong.
-class HttpServer : public QObject
-{
-public:
-    int status = 200;
-    QString userId;
-    QStringList requests; // sorted, each once: Qt sends again when a connection drops
-
-    HttpServer()
-    {
-        connect(&m_server, &QTcpServer::newConnection, this, [this] {
-            while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
-                connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-            }
-        });
-        m_server.listen(QHostAddress::LocalHost, 0);
-    }
-    quint16 port() const { return m_server.serverPort(); }
-
-private:
-    void read(QTcpSocket *socket)
-    {
-        QByteArray &buffer = m_buffers[socket];
-        buffer += socket->readAll();
-        const qsizetype headerEnd = buffer.indexOf("\r\n\r\n");
-        static const QRegularExpression lengthHeader("\r\ncontent-length: *(\\d+)",
-                                                     QRegularExpression::CaseInsensitiveOption);
-        const qsizetype length =
-            lengthHeader.match(buffer.left(headerEnd)).captured(1).toLongLong();
-        if (headerEnd < 0 || buffer.size() < headerEnd + 4 + length)
-            return;
-        requests << describe(buffer.left(headerEnd),
-                             QString::fromUtf8(buffer.mid(headerEnd + 4, length)));
-        requests.sort();
-        requests.removeDuplicates();
-        m_buffers.remove(socket);
-        if (status == 0)
-            return socket->abort();
-        socket->write("HTTP/1.1 " + QByteArray::number(status) +
-                      " Answer\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-        socket->disconnectFromHost();
-    }
-    QString describe(const QString &head, const QString &body) const
-    {
-        static const QRegularExpression address(
-            "^POST /graph/v2\\.10/[0-9]{16}/(activities|user_properties) ");
-        static const QRegularExpression event(
-            "\"_eventName\":\"([^\"]*)\", \"_logTime\" : (\\d+),");
-        const QString endpoint = address.match(head).captured(1);
-        const QString name = event.match(body).captured(1);
-        const qint64 logTime = event.match(body).captured(2).toLongLong();
-        const bool properties = endpoint == "user_properties";
-        if (endpoint.isEmpty() ||
-            body != (properties ? AnalyticsLogger::userPropertiesBody(userId)
-                                : AnalyticsLogger::eventBody(name, logTime, userId)) ||
-            (!properties && qAbs(QDateTime::currentSecsSinceEpoch() - logTime) > 60))
-            return "bad request: " + head + "\n" + body;
-        return properties ? "user properties" : name;
-    }
-
-    QTcpServer m_server;
-    QHash<QTcpSocket *, QByteArray> m_buffers;
-};
 
 } // namespace
 
@@ -137,7 +68,7 @@ private slots:
         QFETCH(bool, account);
         QFETCH(int, status);
         QFETCH(QString, requests);
-        HttpServer server;
+        AnalyticsServer server;
         server.status = status;
         server.userId = account ? accountIdText : QString();
         qputenv("PEXI_ANALYTICS_BASE",

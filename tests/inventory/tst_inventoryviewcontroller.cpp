@@ -1,0 +1,346 @@
+#include "app/AnalyticsLogger.h"
+#include "app/SettingsPopupMenu.h"
+#include "app/SettingsPopupMenuWindow.h"
+#include "core/Inventory.h"
+#include "core/SyncService.h"
+#include "extension/BrowserController.h"
+#include "inventory/InventoryItemDelegate.h"
+#include "inventory/InventoryViewController.h"
+#include "platform/ApplicationLauncher.h"
+#include "support/AnalyticsServer.h"
+#include "support/DesktopDoubles.h"
+#include "support/StandardOutputCapture.h"
+#include "support/TemporaryPreferences.h"
+#include "support/TemporaryVault.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QRegularExpression>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+using namespace pexi;
+
+namespace {
+
+const QUuid accountId("{6f1c2a9e-3b7d-4e15-a0c4-9d2e8b7f5a31}");
+
+class NoApplications : public ApplicationLauncher
+{
+public:
+    bool isInstalled(const QString &) const override { return false; }
+    bool launch(const QString &, const QString &) override { return false; }
+};
+
+InventoryItem login(const QString &title, const std::optional<QString> &username = std::nullopt,
+                    const std::optional<QString> &site = std::nullopt)
+{
+    return InventoryItem(title, username, QStringLiteral("secret"), site);
+}
+
+QList<InventoryItem> numbered(int count)
+{
+    QList<InventoryItem> items;
+    for (int i = 0; i < count; ++i)
+        items.append(login(QStringLiteral("Account %1").arg(i, 3, 10, QChar(u'0')),
+                           QStringLiteral("user%1").arg(i)));
+    return items;
+}
+
+// The list on screen over a real vault, with the analytics going to a server on loopback.
+struct ListOnScreen
+{
+    TemporaryVault vault;
+    SyncService sync{vault.vault, vault.locker};
+    NullLauncher launcher;
+    BrowserController browser{launcher};
+    NoApplications applications;
+    TemporaryPreferences preferencesStore;
+    std::unique_ptr<Preferences> preferences = preferencesStore.preferences();
+    SettingsPopupMenu settings{{vault.locker, browser, launcher, applications, *preferences}};
+    AnalyticsServer server;
+    QNetworkAccessManager network;
+    AnalyticsLogger analytics{[] { return std::optional(accountId); }, &network};
+    std::unique_ptr<InventoryViewController> screen;
+
+    explicit ListOnScreen(const QList<InventoryItem> &items)
+    {
+        server.userId = accountId.toString(QUuid::WithoutBraces).toUpper();
+        qputenv("PEXI_ANALYTICS_BASE",
+                QStringLiteral("http://127.0.0.1:%1/graph/v2.10/").arg(server.port()).toLatin1());
+        vault.unlock();
+        vault.locker.runWithInventory([&](Inventory &inventory) { inventory.add(items); });
+        screen = std::make_unique<InventoryViewController>(
+            InventoryServices{vault.locker, sync, analytics, settings});
+        screen->resize(340, 440);
+        screen->show();
+    }
+
+    template <class T> T *child(const QString &accessibleName) const
+    {
+        for (T *widget : screen->findChildren<T *>()) {
+            if (widget->accessibleName() == accessibleName)
+                return widget;
+        }
+        return nullptr;
+    }
+    QListView *list() const { return child<QListView>(QStringLiteral("Password list")); }
+    QLineEdit *searchField() const { return child<QLineEdit>(QStringLiteral("Search passwords")); }
+
+    QStringList shownTitles() const
+    {
+        QStringList titles;
+        for (int row = 0; row < screen->model().rowCount(); ++row)
+            titles.append(screen->model().item(row).title());
+        return titles;
+    }
+    QStringList coreTitles(const QString &search = {})
+    {
+        QStringList titles;
+        vault.locker.runWithInventory([&](Inventory &inventory) {
+            const QList<InventoryItem> items =
+                search.isEmpty() ? inventory.itemList() : inventory.search(search);
+            for (const InventoryItem &item : items)
+                titles.append(item.title());
+        });
+        return titles;
+    }
+    bool rowVisible(const QString &title) const
+    {
+        const int row = shownTitles().indexOf(title);
+        return row >= 0 && list()->viewport()->rect().intersects(
+                               list()->visualRect(screen->model().index(row)));
+    }
+    // The events the server was sent, once every request has had its answer.
+    QString events()
+    {
+        const auto pending = [&] {
+            const auto replies = network.findChildren<QNetworkReply *>();
+            return std::count_if(replies.begin(), replies.end(),
+                                 [](QNetworkReply *reply) { return !reply->isFinished(); });
+        };
+        [&] { QTRY_COMPARE_WITH_TIMEOUT(pending(), 0, 10000); }();
+        return server.requests.join(QStringLiteral(", "));
+    }
+    QStringList huds() const
+    {
+        QStringList texts;
+        for (QLabel *label : screen->findChildren<QLabel *>()) {
+            if (label->objectName() == "hud")
+                texts.append(label->text());
+        }
+        return texts;
+    }
+};
+
+} // namespace
+
+class TestInventoryViewController : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // The field counts every item in the vault, not the matches; its text is trimmed of spaces
+    // and tabs only.
+    void searchFieldAndRows_data()
+    {
+        QTest::addColumn<int>("items");
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<bool>("fieldShown");
+        QTest::addColumn<QStringList>("rows");
+        const QStringList ten = {"Account 000", "Account 001", "Account 002", "Account 003",
+                                 "Account 004", "Account 005", "Account 006", "Account 007",
+                                 "Account 008", "Account 009"};
+        QTest::newRow("empty vault") << 0 << "" << false << QStringList();
+        QTest::newRow("nine") << 9 << "" << false << ten.mid(0, 9);
+        QTest::newRow("ten") << 10 << "" << true << ten;
+        QTest::newRow("matching nothing") << 10 << "zebra" << true << QStringList();
+        QTest::newRow("spaces only") << 10 << "   " << true << ten;
+        QTest::newRow("spaces and tabs around")
+            << 10 << " \tunt 004\t " << true << QStringList{"Account 004"};
+        QTest::newRow("user name") << 10 << "USER7" << true << QStringList{"Account 007"};
+    }
+    void searchFieldAndRows()
+    {
+        QFETCH(int, items);
+        QFETCH(QString, search);
+        QFETCH(bool, fieldShown);
+        QFETCH(QStringList, rows);
+        ListOnScreen list(numbered(items));
+        if (fieldShown)
+            list.searchField()->insert(search); // as pasted: a tab typed moves the focus
+        QCOMPARE(list.searchField()->isVisible(), fieldShown);
+        QCOMPARE(list.shownTitles(), rows);
+        QCOMPARE(list.child<QWidget>("Empty vault")->isVisible(), items == 0);
+    }
+
+    void rowsShowTheUserNameOnlyWhenThereIsOne()
+    {
+        ListOnScreen list({login("Absent"), login("Empty", ""), login("Named", "ada")});
+        QStringList usernames;
+        for (int row = 0; row < 3; ++row)
+            usernames << list.screen->model()
+                             .index(row)
+                             .data(InventoryListModel::UsernameRole)
+                             .toString();
+        QCOMPARE(usernames, QStringList({"", "", "ada"}));
+    }
+
+    // Each change is followed row by row, in the core's order and with the core's matches,
+    // whether the list shows everything or a search.
+    void rowsFollowTheCore_data()
+    {
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<QString>("change");
+        for (const QString search : {"", "acc"}) {
+            for (const QString change : {"add first", "add last", "add unmatched", "retitle down",
+                                         "retitle out", "rename user", "delete", "bulk"})
+                QTest::addRow("%s, %s", qPrintable(search.isEmpty() ? "all" : search),
+                              qPrintable(change))
+                    << search << change;
+        }
+    }
+    void rowsFollowTheCore()
+    {
+        QFETCH(QString, search);
+        QFETCH(QString, change);
+        ListOnScreen list(numbered(20));
+        list.searchField()->setText(search);
+        QSignalSpy resets(&list.screen->model(), &QAbstractItemModel::modelReset);
+        list.vault.locker.runWithInventory([&](Inventory &inventory) {
+            InventoryItem fifth = inventory.itemList().at(5);
+            if (change == "add first")
+                inventory.upsert(login("Access", "a"));
+            else if (change == "add last")
+                inventory.upsert(login("Account 999"));
+            else if (change == "add unmatched")
+                inventory.upsert(login("Zebra"));
+            else if (change == "retitle down" || change == "retitle out")
+                fifth.setTitle(change == "retitle down" ? "Account 0155" : "Bank");
+            else if (change == "rename user")
+                fifth.setUsername("someone else");
+            if (change.startsWith("retitle") || change == "rename user")
+                inventory.upsert(fifth);
+            else if (change == "delete")
+                inventory.deleteItem(fifth.uuid());
+            else if (change == "bulk")
+                inventory.add(numbered(InventoryListModel::largeChange + 1));
+        });
+        QCOMPARE(list.shownTitles(), list.coreTitles(search));
+        QCOMPARE(resets.count(), change == "bulk" ? 1 : 0);
+    }
+
+    // A click on a row, on its menu button or on the empty space below the rows never selects.
+    void rowsAreNeverSelected_data()
+    {
+        QTest::addColumn<bool>("onButton");
+        QTest::newRow("row") << false;
+        QTest::newRow("menu button") << true;
+    }
+    void rowsAreNeverSelected()
+    {
+        QFETCH(bool, onButton);
+        ListOnScreen list(numbered(3));
+        QVERIFY(QTest::qWaitForWindowExposed(list.screen.get()));
+        QListView *view = list.list();
+        const QRect row = view->visualRect(list.screen->model().index(1));
+        QSignalSpy rowClicks(view->itemDelegate(), SIGNAL(itemClicked(QModelIndex)));
+        QSignalSpy buttonClicks(view->itemDelegate(), SIGNAL(menuButtonClicked(QModelIndex)));
+        const QPoint at =
+            onButton ? InventoryItemDelegate::menuButtonRect(row).center() : row.center();
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at);
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, QPoint(10, 400));
+        QCOMPARE((onButton ? buttonClicks : rowClicks).count(), 1);
+        QCOMPARE((onButton ? rowClicks : buttonClicks).count(), 0);
+        QCOMPARE((onButton ? buttonClicks : rowClicks).first().first().toModelIndex().row(), 1);
+        QVERIFY(!view->selectionModel()->hasSelection());
+    }
+
+    // After a write the changed row is brought into view, unless the search hides it.
+    void scrollsToTheChangedItem_data()
+    {
+        QTest::addColumn<QString>("flow");
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<bool>("shown");
+        QTest::newRow("add") << "add"
+                             << "" << true;
+        QTest::newRow("save") << "save"
+                              << "" << true;
+        QTest::newRow("edit") << "edit"
+                              << "" << true;
+        QTest::newRow("edit, searched out") << "edit"
+                                            << "account 00" << false;
+    }
+    void scrollsToTheChangedItem()
+    {
+        QFETCH(QString, flow);
+        QFETCH(QString, search);
+        QFETCH(bool, shown);
+        ListOnScreen list(numbered(200));
+        list.searchField()->setText(search);
+        InventoryItem item = login("Account 150 b");
+        if (flow == "edit") {
+            item = list.screen->model().item(0);
+            item.setTitle("Account 150 b");
+            list.screen->didUpdatePassword(item);
+        } else {
+            (flow == "add" ? list.screen.get()->didAddPassword(item)
+                           : list.screen.get()->didSavePassword(item));
+        }
+        QCOMPARE(list.rowVisible("Account 150 b"), shown);
+        QCOMPARE(list.list()->verticalScrollBar()->value() > 0, shown);
+    }
+
+    void remoteUpdateIsLoggedAndShown()
+    {
+        ListOnScreen list(numbered(2));
+        list.sync.start();
+        TemporaryVault other(false, &list.vault);
+        QVERIFY(other.unlock());
+        other.locker.runWithInventory(
+            [](Inventory &inventory) { inventory.upsert(login("From elsewhere")); });
+        StandardOutputCapture output;
+        list.sync.checkNow();
+        static const QRegularExpression line(
+            "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+0000 Inventory updated from remote "
+            "source: refreshing\\.$");
+        const QStringList lines = output.takeLines();
+        QCOMPARE(lines.size(), 1);
+        QVERIFY2(line.match(lines.first()).hasMatch(), qPrintable(lines.first()));
+        QVERIFY(list.shownTitles().contains("From elsewhere"));
+        QCOMPARE(list.events(), "Mac_PasswordDeleted");
+
+        // Off screen, the list leaves remote updates alone.
+        list.screen->hide();
+        other.locker.runWithInventory(
+            [](Inventory &inventory) { inventory.upsert(login("Later")); });
+        list.sync.checkNow();
+        QCOMPARE(output.takeLines(), QStringList());
+    }
+
+    void importsABrowserExport()
+    {
+        ListOnScreen list({});
+        QTemporaryDir dir;
+        QFile csv(dir.filePath("export.csv"));
+        QVERIFY(csv.open(QIODevice::WriteOnly));
+        csv.write("name,url,username,password\n"
+                  "Mail,https://mail.example,ada,one\n"
+                  "Bank,https://bank.example,ada,two\n"
+                  "Mail again,https://mail.example,ada,one\n");
+        csv.close();
+        list.screen->importLogins(csv.fileName());
+        QCOMPARE(list.shownTitles(), QStringList({"Bank", "Mail"}));
+        QCOMPARE(list.huds(), QStringList{"2 passwords added"});
+        QVERIFY(!list.child<QWidget>("Empty vault")->isVisible());
+    }
+};
+
+QTEST_MAIN(TestInventoryViewController)
+#include "tst_inventoryviewcontroller.moc"
