@@ -3,6 +3,7 @@
 #include "app/InventoryWrapperViewController.h"
 #include "app/RecallWrapperViewController.h"
 #include "app/WelcomeViewController.h"
+#include "core/Log.h"
 #include "recall/RecallCollectionViewController.h"
 #include "ui/SlidePresentationAnimator.h"
 
@@ -26,6 +27,11 @@ void Window::showAt(QPointF point, const InventoryItem &item)
 
 void Window::show(QPointF point, const InventoryItem *item)
 {
+    // Not the item's title: what the vault holds stays out of the log.
+    logLine(QStringLiteral("floating window opens at (%1, %2)%3")
+                .arg(point.x())
+                .arg(point.y())
+                .arg(item ? QStringLiteral(" for an item") : QString()));
     auto *wrapper = new RecallWrapperViewController(m_services.recall);
     m_windowController.show(wrapper, point);
     RecallViewController *recall = wrapper->mainViewController();

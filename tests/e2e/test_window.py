@@ -1,10 +1,5 @@
-"""The real pexi-worker's floating window on an X server of its own (Xvfb), typed into with xdotool.
-
-A second `pexi-worker open_window` shows the first one's window; the welcome is put away with
-Return; wrong letters leave the vault locked and show the failure screen; Retry and the right
-letters unlock it, after which an extension gets answers; Escape closes the window. The test
-starts Xvfb and the worker itself and ends both by their process ids; every wait is bounded.
-"""
+"""The real pexi-worker's floating window on an X server of its own (Xvfb), typed into with
+xdotool. Xvfb and the worker are ended by their process ids; every wait is bounded."""
 
 import asyncio
 import json
@@ -76,7 +71,7 @@ class FloatingWindowTest(unittest.TestCase):
                               text=True, timeout=WAIT).stdout.split()
 
     def shown_windows(self):
-        return self.xdotool("search", "--onlyvisible", "--name", "^Pexi$")
+        return self.xdotool("search", "--onlyvisible", "--name", "^Pexi$")  # the window's title
 
     def wait_until(self, predicate, what):
         deadline = time.monotonic() + WAIT
