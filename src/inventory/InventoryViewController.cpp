@@ -59,7 +59,8 @@ InventoryViewController::InventoryViewController(InventoryServices services, QWi
     ui->searchFieldView->hide();
     ui->emptyView->hide();
 
-    connect(ui->searchField, &QLineEdit::textChanged, this, &InventoryViewController::refresh);
+    connect(ui->searchField, &QLineEdit::textChanged, this,
+            &InventoryViewController::searchChanged);
     connect(ui->settingsButton, &QPushButton::clicked, this,
             [this] { m_services.settingsMenu.open(ui->settingsButton); });
     connect(ui->importButton, &QPushButton::clicked, this, &InventoryViewController::importClicked);
@@ -80,14 +81,30 @@ QString InventoryViewController::searchText() const
 
 void InventoryViewController::refresh()
 {
+    readRows(false);
+}
+
+void InventoryViewController::searchChanged()
+{
+    // A key that extends the search can only narrow what the last one found.
+    const QString text = searchText();
+    readRows(!m_rowsSearch.isEmpty() && text.contains(m_rowsSearch));
+}
+
+void InventoryViewController::readRows(bool narrowing)
+{
     const QString text = searchText();
     int total = 0;
     QList<InventoryItem> rows;
-    m_services.locker.runWithInventory([&](Inventory &inventory) {
+    const bool unlocked = m_services.locker.runWithInventory([&](Inventory &inventory) {
         total = inventory.count();
-        rows = text.isEmpty() ? inventory.itemList() : inventory.search(text);
+        if (text.isEmpty())
+            rows = inventory.itemList();
+        else
+            rows = narrowing ? inventory.search(text, m_model.rows()) : inventory.search(text);
     });
     m_model.setRows(rows);
+    m_rowsSearch = unlocked ? text : QString();
     showControls(total);
 }
 

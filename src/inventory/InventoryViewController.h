@@ -64,6 +64,10 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
+    void searchChanged();
+    // All items, or the matches of the search text; `narrowing`: among the rows shown, which
+    // were read for a text the search text contains.
+    void readRows(bool narrowing);
     void followChange(const InventoryChange &change);
     // The search field and the empty-vault sentence, for the number of items now in the vault.
     void refreshControls();
@@ -76,6 +80,7 @@ private:
     InventoryServices m_services;
     std::unique_ptr<Ui::InventoryViewController> ui;
     InventoryListModel m_model;
+    QString m_rowsSearch; // the trimmed search text the rows were read for
     InventoryItemDelegate *m_delegate;
     QPointer<QWidget> m_addScreen;
     QPointer<QWidget> m_saveScreen;

@@ -6,7 +6,6 @@
 #include "extension/BrowserController.h"
 #include "inventory/InventoryItemDelegate.h"
 #include "inventory/InventoryViewController.h"
-#include "platform/ApplicationLauncher.h"
 #include "support/AnalyticsServer.h"
 #include "support/DesktopDoubles.h"
 #include "support/StandardOutputCapture.h"
@@ -31,13 +30,6 @@ namespace {
 
 const QUuid accountId("{6f1c2a9e-3b7d-4e15-a0c4-9d2e8b7f5a31}");
 
-class NoApplications : public ApplicationLauncher
-{
-public:
-    bool isInstalled(const QString &) const override { return false; }
-    bool launch(const QString &, const QString &) override { return false; }
-};
-
 InventoryItem login(const QString &title, const std::optional<QString> &username = std::nullopt,
                     const std::optional<QString> &site = std::nullopt)
 {
@@ -60,7 +52,7 @@ struct ListOnScreen
     SyncService sync{vault.vault, vault.locker};
     NullLauncher launcher;
     BrowserController browser{launcher};
-    NoApplications applications;
+    NullApplicationLauncher applications;
     TemporaryPreferences preferencesStore;
     std::unique_ptr<Preferences> preferences = preferencesStore.preferences();
     SettingsPopupMenu settings{{vault.locker, browser, launcher, applications, *preferences}};
@@ -178,6 +170,33 @@ private slots:
         QCOMPARE(list.searchField()->isVisible(), fieldShown);
         QCOMPARE(list.shownTitles(), rows);
         QCOMPARE(list.child<QWidget>("Empty vault")->isVisible(), items == 0);
+    }
+
+    // Each key typed shows what the core finds for the whole text, narrowing or widening it.
+    void typingShowsTheCoresMatches_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::newRow("narrowing") << "account 12";
+        QTest::newRow("in the middle") << "12";
+        QTest::newRow("user name, case") << "USER19";
+    }
+    void typingShowsTheCoresMatches()
+    {
+        QFETCH(QString, typed);
+        ListOnScreen list(numbered(200));
+        QLineEdit *field = list.searchField();
+        for (const QChar key : typed) {
+            QTest::keyClick(field, key.toLatin1());
+            QCOMPARE(list.shownTitles(), list.coreTitles(field->text()));
+        }
+        // An item added while searching stays among what further keys narrow.
+        list.vault.locker.runWithInventory(
+            [&](Inventory &inventory) { inventory.upsert(login(typed + "9 new")); });
+        for (const auto key : {Qt::Key_9, Qt::Key_Backspace, Qt::Key_Backspace}) {
+            QTest::keyClick(field, key);
+            QCOMPARE(list.shownTitles(), list.coreTitles(field->text()));
+        }
+        QVERIFY(list.shownTitles().contains(typed + "9 new"));
     }
 
     void rowsShowTheUserNameOnlyWhenThereIsOne()
