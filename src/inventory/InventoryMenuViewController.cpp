@@ -26,7 +26,8 @@ InventoryMenuViewController::InventoryMenuViewController(const QString &title, Q
     setAccessibleName(QStringLiteral("Item actions"));
     m_titleLabel->setAccessibleName(QStringLiteral("Title"));
     m_titleLabel->setFont(Appearance::mediumFont(13));
-    m_titleLabel->setContentsMargins(14, 6, 14, 4);
+    // Lined up with the entries' icons.
+    m_titleLabel->setContentsMargins(11, 6, 14, 4);
     m_menuTableView->setAccessibleName(QStringLiteral("Actions"));
     auto *rows = new QVBoxLayout(m_menuTableView);
     rows->setContentsMargins(0, 0, 0, 0);

@@ -34,9 +34,12 @@ SavePasswordViewController::SavePasswordViewController(QWidget *parent)
     setAutoFillBackground(true);
     ui->headingLabel->setFont(Appearance::mediumFont(17));
     // The secondary text colour, in light and dark alike.
-    for (QLabel *secondary :
-         {ui->messageLabel, ui->titleLabel, ui->siteLabel, ui->usernameLabel, ui->passwordLabel})
-        secondary->setForegroundRole(QPalette::PlaceholderText);
+    ui->messageLabel->setForegroundRole(QPalette::PlaceholderText);
+    for (QLabel *label : {ui->titleLabel, ui->siteLabel, ui->usernameLabel, ui->passwordLabel}) {
+        label->setForegroundRole(QPalette::PlaceholderText);
+        // Further from the field above than from its own, so each pair reads as one.
+        label->setContentsMargins(0, 8, 0, 0);
+    }
     ui->passwordField->setFont(Appearance::monospaceFont(14));
     setFocusProxy(ui->titleField);
     connect(ui->actionButton, &QPushButton::clicked, this,
