@@ -1,5 +1,4 @@
 #include "app/SettingsPopupMenuItem.h"
-#include "app/SettingsPopupMenuWindow.h"
 #include "core/InventoryItem.h"
 #include "inventory/InventoryMenuViewController.h"
 
@@ -10,44 +9,25 @@
 
 using namespace pexi;
 
-namespace {
-
-std::optional<QString> optional(const QString &text)
-{
-    return text == "-" ? std::nullopt : std::optional<QString>(text);
-}
-
-} // namespace
-
 class TestInventoryMenuViewController : public QObject
 {
     Q_OBJECT
 
     QStringList m_done;
     QWidget m_list;
-    QRect m_button{280, 40, 30, 30};
     QPointer<InventoryMenuViewController> m_menu;
 
-    // The list's actions, each noting what it did.
-    InventoryMenuViewController::ItemActions actions()
+    // The menu of `item` at a button at (280, 40, 30, 30) of the list; the list's actions note
+    // what they did.
+    QWidget *openMenu(const InventoryItem &item)
     {
-        return {[this](const QUrl &url) { m_done << "open " + url.toString(); },
-                [this] { m_done << "Show password"; },
-                [this] { m_done << "Copy password"; },
-                [this] { m_done << "Copy username"; },
-                [this] { m_done << "View / Edit"; },
-                [this] { m_done << "Delete"; }};
-    }
-    SettingsPopupMenuWindow *openMenu(const InventoryItem &item)
-    {
-        m_menu = InventoryMenuViewController::forItem(item, actions());
-        m_menu->popUp(&m_list, m_button);
-        auto *window = qobject_cast<SettingsPopupMenuWindow *>(m_menu->window());
-        return window && QTest::qWaitForWindowExposed(window) ? window : nullptr;
-    }
-    QList<SettingsPopupMenuItem *> menuEntries() const
-    {
-        return m_menu->findChildren<SettingsPopupMenuItem *>();
+        const auto note = [this](const QString &done) { return [this, done] { m_done << done; }; };
+        m_menu = InventoryMenuViewController::forItem(
+            item,
+            {[this](const QUrl &url) { m_done << "open " + url.toString(); }, note("Show password"),
+             note("Copy password"), note("Copy username"), note("View / Edit"), note("Delete")});
+        m_menu->popUp(&m_list, QRect(280, 40, 30, 30));
+        return QTest::qWaitForWindowExposed(m_menu->window()) ? m_menu->window() : nullptr;
     }
 
 private slots:
@@ -64,31 +44,30 @@ private slots:
             delete m_menu->window();
     }
 
-    // The item's site and user name ("-": absent), then the entries offered, each clicked in turn
-    // and run, and the address a click on "Open in browser" hands over.
+    // The item's site and user name (null: absent), the entries offered, each clicked in turn,
+    // and the address "Open in browser" hands over.
     void entries_data()
     {
         QTest::addColumn<QString>("site");
         QTest::addColumn<QString>("username");
         QTest::addColumn<QStringList>("offered");
         QTest::addColumn<QString>("address");
-        const QStringList always{"Show password", "Copy password", "View / Edit", "Delete"};
         const QStringList all{"Open in browser", "Show password", "Copy password",
                               "Copy username",   "View / Edit",   "Delete"};
+        const QStringList neither{all[1], all[2], all[4], all[5]};
         QTest::newRow("both") << "Example.COM"
                               << "ada" << all << "https://example.com";
-        QTest::newRow("full address kept") << "http://a.test:8080/x?y=1"
-                                           << "ada" << all << "http://a.test:8080/x?y=1";
-        QTest::newRow("neither") << "-"
-                                 << "-" << always << "";
+        QTest::newRow("address kept") << "http://a.test:8080/x?y=1"
+                                      << "ada" << all << "http://a.test:8080/x?y=1";
+        QTest::newRow("neither") << QString() << QString() << neither << "";
         QTest::newRow("both empty") << ""
-                                    << "" << always << "";
+                                    << "" << neither << "";
         QTest::newRow("site makes no address")
             << "bad host.com"
-            << "ada" << always.mid(0, 2) + QStringList{"Copy username"} + always.mid(2) << "";
+            << "ada" << QStringList{all.mid(1, 3) + neither.mid(2)} << "";
         QTest::newRow("only a site")
             << "example.org"
-            << "" << QStringList{"Open in browser"} + always << "https://example.org";
+            << "" << all.mid(0, 3) + neither.mid(2) << "https://example.org";
     }
     void entries()
     {
@@ -96,25 +75,24 @@ private slots:
         QFETCH(QString, username);
         QFETCH(QStringList, offered);
         QFETCH(QString, address);
-        SettingsPopupMenuWindow *window =
-            openMenu(InventoryItem("Mail", optional(username), "pw", optional(site)));
+        const auto optional = [](const QString &text) {
+            return text.isNull() ? std::nullopt : std::optional<QString>(text);
+        };
+        QWidget *window = openMenu(InventoryItem("Mail", optional(username), "pw", optional(site)));
         QVERIFY(window);
         // Hanging to the left of and below the middle of the button, (295, 55) in the list.
         QCOMPARE(window->geometry().topRight() + QPoint(1, 0), QPoint(100 + 295, 100 + 55));
-
         QStringList shown;
-        for (SettingsPopupMenuItem *entry : menuEntries()) {
+        for (SettingsPopupMenuItem *entry : m_menu->findChildren<SettingsPopupMenuItem *>()) {
             shown << entry->title();
             QTest::mouseClick(entry, Qt::LeftButton);
         }
         QCOMPARE(shown, offered);
-        QStringList expected = offered;
-        expected.replaceInStrings("Open in browser", "open " + address);
-        QCOMPARE(m_done, expected);
+        QCOMPARE(m_done, offered.replaceInStrings("Open in browser", "open " + address));
     }
 
-    // How the menu goes: closed by the user (Escape, another window) it tells didClose; dismissed
-    // by the list after an action it does not. Either way the pop-up and the menu go.
+    // Closed by the user (Escape, another window) the menu tells didClose; dismissed by the list
+    // after an action it does not. Either way the pop-up and the menu go.
     void closing_data()
     {
         QTest::addColumn<QString>("how");
@@ -127,9 +105,9 @@ private slots:
     {
         QFETCH(QString, how);
         QFETCH(int, didClose);
-        int closes = 0;
-        SettingsPopupMenuWindow *window = openMenu(InventoryItem("Mail", "ada", "pw"));
+        QWidget *window = openMenu(InventoryItem("Mail", "ada", "pw"));
         QVERIFY(window);
+        int closes = 0;
         m_menu->didClose = [&closes] { ++closes; };
         m_menu->didCopyPassword = [this] { m_menu->dismiss(); };
         m_menu->viewDidLoad();
@@ -139,7 +117,8 @@ private slots:
         else if (how == "other")
             m_list.activateWindow();
         else
-            QTest::mouseClick(menuEntries().at(1), Qt::LeftButton);
+            QTest::mouseClick(m_menu->findChildren<SettingsPopupMenuItem *>().at(1),
+                              Qt::LeftButton);
         QTRY_VERIFY(m_menu.isNull());
         QCOMPARE(closes, didClose);
     }
