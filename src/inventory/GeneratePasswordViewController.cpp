@@ -3,6 +3,7 @@
 #include "core/Constants.h"
 #include "inventory/PasswordGenerator.h"
 #include "ui/Appearance.h"
+#include "ui/Icons.h"
 
 #include "ui_GeneratePasswordViewController.h"
 
@@ -16,6 +17,7 @@ GeneratePasswordViewController::GeneratePasswordViewController(QWidget *parent)
     : QWidget(parent), ui(std::make_unique<Ui::GeneratePasswordViewController>())
 {
     ui->setupUi(this);
+    ui->backButton->setIcon(tintedIcon(QStringLiteral("iconBack")));
     ui->titleLabel->setFont(Appearance::mediumFont(17));
     ui->lengthLabel->setFont(Appearance::mediumFont(13));
     ui->strengthSlider->setRange(Security::MIN_GEN_PASSWORD_LENGTH * sliderStepsPerCharacter,
