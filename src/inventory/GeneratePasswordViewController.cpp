@@ -18,7 +18,7 @@ GeneratePasswordViewController::GeneratePasswordViewController(QWidget *parent)
 {
     ui->setupUi(this);
     ui->backButton->setIcon(tintedIcon(QStringLiteral("iconBack")));
-    ui->titleLabel->setFont(Appearance::mediumFont(17));
+    ui->titleLabel->setFont(Appearance::mediumFont(15));
     ui->lengthLabel->setFont(Appearance::mediumFont(13));
     ui->strengthSlider->setRange(Security::MIN_GEN_PASSWORD_LENGTH * sliderStepsPerCharacter,
                                  Security::MAX_GEN_PASSWORD_LENGTH * sliderStepsPerCharacter);
