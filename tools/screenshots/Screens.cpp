@@ -6,12 +6,14 @@
 #include "app/SettingsPopupMenuViewController.h"
 #include "app/SettingsPopupMenuWindow.h"
 #include "capture/screen/SavePasswordViewController.h"
+#include "core/Inventory.h"
 #include "extension/BrowserController.h"
 #include "inventory/AddPasswordViewController.h"
 #include "inventory/DeletePasswordViewController.h"
 #include "inventory/EditPasswordViewController.h"
 #include "inventory/GeneratePasswordViewController.h"
 #include "inventory/InventoryMenuViewController.h"
+#include "inventory/InventoryViewController.h"
 #include "inventory/PasswordDetailViewController.h"
 #include "inventory/ShowPasswordViewController.h"
 #include "platform/ApplicationLauncher.h"
@@ -316,6 +318,45 @@ QWidget *passwordGenerator(ScreenshotContext &)
     return atWindowSize(new pexi::GeneratePasswordViewController);
 }
 
+// The password list over a vault of its own holding the first `count` of a few sample logins.
+QWidget *inventoryList(ScreenshotContext &context, int count)
+{
+    static const QList<std::pair<const char *, const char *>> logins = {
+        {"Online banking", "ada@example.org"},
+        {"Mail", "ada.lovelace"},
+        {"Library card", ""},
+        {"Photos", "ada@example.org"},
+        {"Work chat", "alovelace"},
+        {"Electricity", ""},
+        {"Insurance", "A-20931"},
+        {"Train tickets", "ada@example.org"},
+        {"Home router", "admin"},
+        {"Forum", "analytical_engine"},
+        {"Pharmacy", "ada@example.org"},
+        {"Wi-Fi at the office", ""},
+        {"Cloud storage", "ada@example.org"},
+        {"Tax office", "1815-12-10"}};
+    auto &vault = context.keep<TemporaryVault>();
+    vault.unlock();
+    QList<pexi::InventoryItem> items;
+    for (const auto &[title, username] : logins.mid(0, count))
+        items.append(pexi::InventoryItem(QString::fromUtf8(title), QString::fromUtf8(username),
+                                         QStringLiteral("secret")));
+    vault.locker.runWithInventory([&](pexi::Inventory &inventory) { inventory.add(items); });
+    auto &launcher = context.keep<NullLauncher>();
+    auto &browsers = context.keep<pexi::BrowserController>(launcher);
+    auto &settings =
+        context.keep<pexi::SettingsPopupMenu>(pexi::SettingsPopupMenuViewController::Services{
+            vault.locker, browsers, launcher, context.keep<InstalledApplications>(),
+            temporaryPreferences(context)});
+    auto *screen = new pexi::InventoryViewController(
+        {vault.locker, context.keep<pexi::SyncService>(vault.vault, vault.locker),
+         context.keep<NullEventLogger>(), settings, browsers,
+         context.keep<pexi::PasteboardController>()});
+    screen->resize(340, 440);
+    return screen;
+}
+
 } // namespace
 
 QList<Screen> screens()
@@ -326,6 +367,12 @@ QList<Screen> screens()
         {QStringLiteral("icons"), iconSheet},
         {QStringLiteral("settings-popup"), settingsPopup},
         {QStringLiteral("preferences"), preferencesWindow},
+        {QStringLiteral("inventory-empty"),
+         [](ScreenshotContext &c) { return inventoryList(c, 0); }},
+        {QStringLiteral("inventory-few"), [](ScreenshotContext &c) { return inventoryList(c, 4); }},
+        // More than ten: the search field shows.
+        {QStringLiteral("inventory-many"),
+         [](ScreenshotContext &c) { return inventoryList(c, 14); }},
         {QStringLiteral("inventory-menu"), inventoryMenu},
         {QStringLiteral("save-prompt"), savePrompt},
         {QStringLiteral("recall"), recallPartlyPicked},
