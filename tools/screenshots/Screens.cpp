@@ -7,6 +7,7 @@
 #include "app/SettingsPopupMenuWindow.h"
 #include "extension/BrowserController.h"
 #include "platform/ApplicationLauncher.h"
+#include "recall/GridPageController.h"
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallViewController.h"
 #include "recall/VaultSetupViewController.h"
@@ -192,7 +193,7 @@ QWidget *vaultSetupMismatch(ScreenshotContext &context)
     pexi::RecallViewController *screen = recallScreen(context, false);
     auto *setup = screen->findChild<pexi::VaultSetupViewController *>();
     for (const int first : {0, 1}) {
-        for (int page = 0; page < pexi::VaultSetupViewController::numberOfGrids; ++page) {
+        for (int page = 0; page < pexi::GridPageController::numberOfPages; ++page) {
             for (const int index : {first, 4, 8})
                 setup->page(page)->toggleSelectionAt(index);
         }
