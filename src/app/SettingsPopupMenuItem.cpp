@@ -1,7 +1,8 @@
 #include "app/SettingsPopupMenuItem.h"
 
+#include "ui/Icons.h"
+
 #include <QHBoxLayout>
-#include <QIcon>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
@@ -12,21 +13,11 @@ namespace {
 
 constexpr int iconSize = 18;
 
-QPixmap tinted(const QString &path, const QColor &color, qreal ratio)
-{
-    QPixmap pixmap = QIcon(path).pixmap(QSize(iconSize, iconSize), ratio);
-    QPainter painter(&pixmap);
-    // Keeps the shape, takes the colour.
-    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-    painter.fillRect(pixmap.rect(), color);
-    return pixmap;
-}
-
 } // namespace
 
-SettingsPopupMenuItem::SettingsPopupMenuItem(const QString &iconPath, const QString &title,
+SettingsPopupMenuItem::SettingsPopupMenuItem(const QString &iconName, const QString &title,
                                              std::function<void()> block, QWidget *parent)
-    : QWidget(parent), block(std::move(block)), m_iconPath(iconPath), m_icon(new QLabel(this)),
+    : QWidget(parent), block(std::move(block)), m_iconName(iconName), m_icon(new QLabel(this)),
       m_title(new QLabel(title, this))
 {
     setAccessibleName(title);
@@ -130,7 +121,8 @@ void SettingsPopupMenuItem::applyColors()
 {
     const QColor color =
         palette().color(m_highlighted ? QPalette::HighlightedText : QPalette::Text);
-    m_icon->setPixmap(tinted(m_iconPath, color, devicePixelRatio()));
+    m_icon->setPixmap(
+        tintedPixmap(m_iconName, color, QSize(iconSize, iconSize), devicePixelRatio()));
     QPalette titlePalette = m_title->palette();
     titlePalette.setColor(QPalette::WindowText, color);
     m_title->setPalette(titlePalette);

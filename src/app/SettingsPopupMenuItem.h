@@ -15,8 +15,8 @@ class SettingsPopupMenuItem : public QWidget
 {
     Q_OBJECT
 public:
-    // `iconPath`: a monochrome SVG; only its shape counts, it is drawn in the text colour.
-    SettingsPopupMenuItem(const QString &iconPath, const QString &title,
+    // `iconName`: one of ui/Icons.h; it is drawn in the text colour.
+    SettingsPopupMenuItem(const QString &iconName, const QString &title,
                           std::function<void()> block, QWidget *parent = nullptr);
 
     QString title() const;
@@ -42,7 +42,7 @@ private:
     void applyColors();
     void run();
 
-    QString m_iconPath;
+    QString m_iconName;
     QLabel *m_icon;
     QLabel *m_title;
     bool m_highlighted = false;

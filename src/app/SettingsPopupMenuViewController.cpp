@@ -26,19 +26,16 @@ SettingsPopupMenuViewController::SettingsPopupMenuViewController(const Services 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 5, 0, 5);
     layout->setSpacing(1);
-    m_lockItemView = addItem(QStringLiteral(":/settings/lock.svg"), tr("Lock Pexi"),
+    m_lockItemView = addItem(QStringLiteral("lock"), tr("Lock Pexi"),
                              &SettingsPopupMenuViewController::lockPexi);
-    m_preferencesItemView =
-        addItem(QStringLiteral(":/settings/preferences.svg"), tr("Preferences…"),
-                &SettingsPopupMenuViewController::showPreferences);
+    m_preferencesItemView = addItem(QStringLiteral("preferences"), tr("Preferences…"),
+                                    &SettingsPopupMenuViewController::showPreferences);
     m_chromeItemDivider = addDivider();
-    m_chromeItemView =
-        addItem(QStringLiteral(":/settings/extension.svg"), tr("Get the Chrome Extension"),
-                &SettingsPopupMenuViewController::openChromeExtensionPage);
+    m_chromeItemView = addItem(QStringLiteral("extension"), tr("Get the Chrome Extension"),
+                               &SettingsPopupMenuViewController::openChromeExtensionPage);
     m_safariItemDivider = addDivider();
-    m_safariItemView =
-        addItem(QStringLiteral(":/settings/compass.svg"), tr("Safari Extension Settings"),
-                &SettingsPopupMenuViewController::openSafariPreferences);
+    m_safariItemView = addItem(QStringLiteral("compass"), tr("Safari Extension Settings"),
+                               &SettingsPopupMenuViewController::openSafariPreferences);
 }
 
 void SettingsPopupMenuViewController::lockPexi()

@@ -6,6 +6,12 @@
 #include "app/SettingsPopupMenuViewController.h"
 #include "app/SettingsPopupMenuWindow.h"
 #include "extension/BrowserController.h"
+#include "inventory/AddPasswordViewController.h"
+#include "inventory/DeletePasswordViewController.h"
+#include "inventory/EditPasswordViewController.h"
+#include "inventory/GeneratePasswordViewController.h"
+#include "inventory/PasswordDetailViewController.h"
+#include "inventory/ShowPasswordViewController.h"
 #include "platform/ApplicationLauncher.h"
 #include "recall/GridPageController.h"
 #include "recall/RecallCollectionViewController.h"
@@ -201,6 +207,68 @@ QWidget *vaultSetupMismatch(ScreenshotContext &context)
     return screen;
 }
 
+// The password screens, at the floating window's size, on one sample login.
+template <class T> T *atWindowSize(T *screen)
+{
+    screen->setAutoFillBackground(true);
+    screen->resize(340, 440);
+    return screen;
+}
+
+pexi::InventoryItem sampleLogin()
+{
+    return pexi::InventoryItem(QStringLiteral("Online banking"), QStringLiteral("ada@example.org"),
+                               QStringLiteral("kV7#qe2!Lm0oO1Il"),
+                               QStringLiteral("https://bank.example.com"));
+}
+
+// The form alone, filled, the password shown.
+QWidget *passwordDetail(ScreenshotContext &)
+{
+    auto *form = new pexi::PasswordDetailViewController;
+    form->fill(sampleLogin());
+    form->togglePasswordSecure();
+    auto *sheet = atWindowSize(new QWidget);
+    auto *layout = new QVBoxLayout(sheet);
+    layout->setContentsMargins(20, 20, 20, 20);
+    layout->addWidget(form);
+    layout->addStretch();
+    return sheet;
+}
+
+// A title typed, no password yet: no Save.
+QWidget *passwordAdd(ScreenshotContext &)
+{
+    auto *screen = atWindowSize(new pexi::AddPasswordViewController);
+    screen->findChild<QLineEdit *>(QStringLiteral("titleField"))->setText(QStringLiteral("Mail"));
+    return screen;
+}
+
+// The user name changed: Save, and Cancel instead of Back.
+QWidget *passwordEdit(ScreenshotContext &)
+{
+    auto *screen = atWindowSize(new pexi::EditPasswordViewController(sampleLogin()));
+    screen->findChild<QLineEdit *>(QStringLiteral("usernameField"))
+        ->setText(QStringLiteral("ada.lovelace@example.org"));
+    return screen;
+}
+
+QWidget *passwordDelete(ScreenshotContext &)
+{
+    return atWindowSize(new pexi::DeletePasswordViewController(sampleLogin().title()));
+}
+
+QWidget *passwordShow(ScreenshotContext &)
+{
+    const pexi::InventoryItem login = sampleLogin();
+    return atWindowSize(new pexi::ShowPasswordViewController(login.title(), login.password()));
+}
+
+QWidget *passwordGenerator(ScreenshotContext &)
+{
+    return atWindowSize(new pexi::GeneratePasswordViewController);
+}
+
 } // namespace
 
 QList<Screen> screens()
@@ -215,5 +283,11 @@ QList<Screen> screens()
         {QStringLiteral("recall-failure"), recallFailure, 400},
         {QStringLiteral("vault-setup"), vaultSetup},
         {QStringLiteral("vault-setup-mismatch"), vaultSetupMismatch},
+        {QStringLiteral("password-detail"), passwordDetail},
+        {QStringLiteral("password-add"), passwordAdd},
+        {QStringLiteral("password-edit"), passwordEdit},
+        {QStringLiteral("password-delete"), passwordDelete},
+        {QStringLiteral("password-show"), passwordShow},
+        {QStringLiteral("password-generator"), passwordGenerator},
     };
 }
