@@ -5,11 +5,13 @@
 #include "app/PreferencesViewController.h"
 #include "app/SettingsPopupMenuViewController.h"
 #include "app/SettingsPopupMenuWindow.h"
+#include "capture/screen/SavePasswordViewController.h"
 #include "extension/BrowserController.h"
 #include "inventory/AddPasswordViewController.h"
 #include "inventory/DeletePasswordViewController.h"
 #include "inventory/EditPasswordViewController.h"
 #include "inventory/GeneratePasswordViewController.h"
+#include "inventory/InventoryMenuViewController.h"
 #include "inventory/PasswordDetailViewController.h"
 #include "inventory/ShowPasswordViewController.h"
 #include "platform/ApplicationLauncher.h"
@@ -22,8 +24,11 @@
 #include "support/TemporaryVault.h"
 #include "ui/Appearance.h"
 #include "ui/Hud.h"
+#include "ui/Icons.h"
 
 #include <QCheckBox>
+#include <QDir>
+#include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -106,6 +111,25 @@ QWidget *hudOverSheet(ScreenshotContext &context)
     return sheet;
 }
 
+// Every icon of ui/icons with its name, to look over the drawings in both modes.
+QWidget *iconSheet(ScreenshotContext &)
+{
+    auto *sheet = new QWidget;
+    sheet->setAccessibleName(QStringLiteral("Icons"));
+    sheet->setAutoFillBackground(true);
+    auto *layout = new QGridLayout(sheet);
+    const QStringList files = QDir(QStringLiteral(":/icons")).entryList();
+    for (int i = 0; i < files.size(); ++i) {
+        const QString name = files[i].chopped(4);
+        auto *icon = new QLabel;
+        icon->setPixmap(pexi::tintedIcon(name).pixmap(QSize(24, 24), 2.0));
+        icon->setAccessibleName(name);
+        layout->addWidget(icon, i / 2, (i % 2) * 2);
+        layout->addWidget(new QLabel(name), i / 2, (i % 2) * 2 + 1);
+    }
+    return sheet;
+}
+
 // Claims the main application, so that every entry of the settings pop-up shows.
 class InstalledApplications : public pexi::ApplicationLauncher
 {
@@ -140,6 +164,30 @@ QWidget *settingsPopup(ScreenshotContext &context)
     // The tool deletes what it shows; the pop-up must not go by itself meanwhile.
     window->setAttribute(Qt::WA_DeleteOnClose, false);
     return window;
+}
+
+// Every action offered: the item has a site and a user name.
+QWidget *inventoryMenu(ScreenshotContext &)
+{
+    const auto nothing = [] {};
+    auto *window = new pexi::SettingsPopupMenuWindow(pexi::InventoryMenuViewController::forItem(
+        pexi::InventoryItem(QStringLiteral("Mail"), QStringLiteral("ada@example.org"),
+                            QStringLiteral("kV7#qe2!Lm0o"), QStringLiteral("mail.example.org")),
+        {[](const QUrl &) {}, nothing, nothing, nothing, nothing, nothing}));
+    // The tool deletes what it shows; the pop-up must not go by itself meanwhile.
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    return window;
+}
+
+// A login captured on a sign-in page, its user name left empty by the browser.
+QWidget *savePrompt(ScreenshotContext &)
+{
+    auto *screen = new pexi::SavePasswordViewController;
+    screen->item = pexi::InventoryItem(QStringLiteral("accounts.example.org"), QString(),
+                                       QStringLiteral("correct horse 42"),
+                                       QStringLiteral("https://accounts.example.org/signin"));
+    screen->resize(340, 440);
+    return screen;
 }
 
 // Asking before saving, and no Chrome extension heard from yet.
@@ -276,8 +324,11 @@ QList<Screen> screens()
     return {
         {QStringLiteral("toolkit"), toolkitSheet},
         {QStringLiteral("hud"), hudOverSheet, 500},
+        {QStringLiteral("icons"), iconSheet},
         {QStringLiteral("settings-popup"), settingsPopup},
         {QStringLiteral("preferences"), preferencesWindow},
+        {QStringLiteral("inventory-menu"), inventoryMenu},
+        {QStringLiteral("save-prompt"), savePrompt},
         {QStringLiteral("recall"), recallPartlyPicked},
         // Long enough for the failure screen to slide in.
         {QStringLiteral("recall-failure"), recallFailure, 400},
