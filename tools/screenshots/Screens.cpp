@@ -1,10 +1,12 @@
 #include "Screens.h"
 
 #include "app/Deployment.h"
+#include "app/LoggingWindow.h"
 #include "app/Preferences.h"
 #include "app/PreferencesViewController.h"
 #include "app/SettingsPopupMenuViewController.h"
 #include "app/SettingsPopupMenuWindow.h"
+#include "app/StatusMenuController.h"
 #include "capture/screen/SavePasswordViewController.h"
 #include "extension/BrowserController.h"
 #include "inventory/AddPasswordViewController.h"
@@ -199,6 +201,20 @@ QWidget *preferencesWindow(ScreenshotContext &context)
     return new pexi::PreferencesViewController(preferences, browsersWithChrome(context));
 }
 
+// The status item's menu, as the tray opens it: its entries, in a menu the tool may delete.
+QWidget *statusMenu(ScreenshotContext &context)
+{
+    auto &vault = context.keep<TemporaryVault>(false);
+    pexi::LoggingWindow window;
+    pexi::StatusMenuController controller({window, vault.locker, vault.center,
+                                           temporaryPreferences(context),
+                                           pexi::Appearance::instance()});
+    auto *menu = new QMenu;
+    for (const QAction *action : controller.statusMenu().actions())
+        action->isSeparator() ? menu->addSeparator() : menu->addAction(action->text());
+    return menu;
+}
+
 // The unlock on a fresh vault of its own, or on none: no browser is opened and nothing is
 // unlocked.
 pexi::RecallViewController *recallScreen(ScreenshotContext &context, bool withVault = true)
@@ -329,6 +345,7 @@ QList<Screen> screens()
         {QStringLiteral("preferences"), preferencesWindow},
         {QStringLiteral("inventory-menu"), inventoryMenu},
         {QStringLiteral("save-prompt"), savePrompt},
+        {QStringLiteral("status-menu"), statusMenu},
         {QStringLiteral("recall"), recallPartlyPicked},
         // Long enough for the failure screen to slide in.
         {QStringLiteral("recall-failure"), recallFailure, 400},
