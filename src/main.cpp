@@ -16,8 +16,14 @@ int main(int argc, char *argv[])
                      &QApplication::quit);
 
     pexi::AppDelegate delegate;
-    if (!delegate.applicationDidFinishLaunching())
+    switch (delegate.applicationDidFinishLaunching()) {
+    case pexi::AppDelegate::LaunchResult::handedOver:
+        return 0;
+    case pexi::AppDelegate::LaunchResult::failed:
         return 1;
+    case pexi::AppDelegate::LaunchResult::serving:
+        break;
+    }
     const int status = QApplication::exec();
     delegate.applicationWillTerminate();
     return status;

@@ -1,7 +1,9 @@
 #include "app/AppDelegate.h"
 
 #include "app/AnalyticsLogger.h"
+#include "app/Launch.h"
 #include "app/Preferences.h"
+#include "app/StatusMenuController.h"
 #include "app/TrayMessageNotificationCenter.h"
 #include "capture/SavePasswordController.h"
 #include "core/Account.h"
@@ -12,9 +14,11 @@
 #include "extension/ExtensionHandler.h"
 #include "extension/ExtensionServer.h"
 #include "platform/DBusNotificationCenter.h"
+#include "platform/LocalSingleInstance.h"
 #include "platform/PortalColorSchemeMonitor.h"
 #include "ui/Appearance.h"
 
+#include <QCoreApplication>
 #include <QCursor>
 
 namespace pexi {
@@ -23,13 +27,13 @@ namespace {
 
 // The desktop's notification server when one answers on the session bus, else balloons of the
 // status item (without buttons).
-std::unique_ptr<UserNotificationCenter> makeNotificationCenter()
+std::unique_ptr<UserNotificationCenter> makeNotificationCenter(QSystemTrayIcon &statusItem)
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (DBusNotificationCenter::isAvailable(bus))
         return std::make_unique<DBusNotificationCenter>(bus);
     logLine(QStringLiteral("no desktop notification server, falling back to tray messages"));
-    return std::make_unique<TrayMessageNotificationCenter>();
+    return std::make_unique<TrayMessageNotificationCenter>(&statusItem);
 }
 
 QPointF mouseLocation()
@@ -42,8 +46,23 @@ QPointF mouseLocation()
 AppDelegate::AppDelegate() = default;
 AppDelegate::~AppDelegate() = default;
 
-bool AppDelegate::applicationDidFinishLaunching()
+AppDelegate::LaunchResult AppDelegate::applicationDidFinishLaunching()
 {
+    // First of all: the port and the vault's lock belong to a copy that already serves.
+    m_singleInstance = std::make_unique<LocalSingleInstance>();
+    switch (m_singleInstance->claim()) {
+    case SingleInstance::Claim::anotherIsServing:
+        logLine(QStringLiteral("another worker is running; it opens its window"));
+        return LaunchResult::handedOver;
+    case SingleInstance::Claim::failed:
+        return LaunchResult::failed;
+    case SingleInstance::Claim::serving:
+        break;
+    }
+    QObject::connect(m_singleInstance.get(), &SingleInstance::reopen,
+                     [this] { applicationShouldHandleReopen(); });
+    const bool showWindow = Launch::showsWindow(QCoreApplication::arguments());
+
     // The monitor reads the desktop's palette before the appearance replaces it with ours.
     m_colorScheme = std::make_unique<PortalColorSchemeMonitor>();
     Appearance &appearance = Appearance::instance();
@@ -63,10 +82,13 @@ bool AppDelegate::applicationDidFinishLaunching()
 
     ExtensionServer &server = ExtensionServer::instance();
     if (!server.start())
-        return false;
-    // After listening: asking the session bus for a notification server must not hold up the
-    // extensions.
-    m_notifications = makeNotificationCenter();
+        return LaunchResult::failed;
+    // After listening: asking the session bus for a tray and a notification server must not
+    // hold up the extensions.
+    m_statusMenu = std::make_unique<StatusMenuController>(StatusMenuController::Services{
+        m_window, Locker::instance(), NotificationCenter::defaultCenter(), Preferences::instance(),
+        appearance});
+    m_notifications = makeNotificationCenter(m_statusMenu->statusItem());
     m_capture = std::make_unique<SavePasswordController>(SavePasswordController::Services{
         Preferences::instance(), AnalyticsLogger::instance(), *m_notifications, m_window,
         Locker::instance(), mouseLocation});
@@ -75,13 +97,20 @@ bool AppDelegate::applicationDidFinishLaunching()
 
     if (Account::shared().userIdentifier())
         AnalyticsLogger::instance().userProperties();
-    return true;
+    if (showWindow)
+        m_window.showAt(Launch::position());
+    return LaunchResult::serving;
 }
 
 void AppDelegate::applicationWillTerminate()
 {
     SyncService::shared().stop();
     ExtensionServer::instance().stop();
+}
+
+void AppDelegate::applicationShouldHandleReopen()
+{
+    m_window.showAt(Launch::position());
 }
 
 } // namespace pexi

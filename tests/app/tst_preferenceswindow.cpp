@@ -6,6 +6,7 @@
 #include "support/TemporaryPreferences.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QPointer>
@@ -124,6 +125,38 @@ private slots:
             browsers.recordMessage(QStringLiteral("chrome"), build);
         PreferencesViewController window(*settings, browsers);
         QCOMPARE(window.chromeBuild()->text(), shown);
+    }
+
+    // Clicks on "Start at login" as a person makes them, with the user's configuration in
+    // `home`; a choice that cannot be written is taken back on screen.
+    void startAtLogin_data()
+    {
+        QTest::addColumn<QString>("home");
+        QTest::addColumn<int>("clicks");
+        QTest::addColumn<bool>("checked");
+        QTest::newRow("on") << "config" << 1 << true;
+        QTest::newRow("on, off") << "config" << 2 << false;
+        QTest::newRow("cannot be written") << "file" << 1 << false;
+    }
+    void startAtLogin()
+    {
+        QFETCH(QString, home);
+        QFETCH(int, clicks);
+        QFETCH(bool, checked);
+        QTemporaryDir root;
+        QFile(root.filePath("file")).open(QIODevice::WriteOnly);
+        qputenv("XDG_CONFIG_HOME", root.filePath(home).toUtf8());
+        qputenv("XDG_CONFIG_DIRS", root.filePath("system").toUtf8());
+        const auto settings = preferences();
+        BrowserController browsers(m_launcher);
+        XdgAutostart autostart("/usr/bin/pexi-worker");
+        PreferencesViewController window(*settings, browsers, autostart);
+        window.show();
+        QVERIFY(!window.startAtLogin()->isChecked());
+        for (int click = 0; click < clicks; ++click)
+            QTest::mouseClick(window.startAtLogin(), Qt::LeftButton);
+        QCOMPARE(window.startAtLogin()->isChecked(), checked);
+        QCOMPARE(autostart.isEnabled(), checked);
     }
 
     void showWindowReplacesTheWindow()

@@ -1,10 +1,12 @@
 #include "Screens.h"
 
 #include "app/Deployment.h"
+#include "app/LoggingWindow.h"
 #include "app/Preferences.h"
 #include "app/PreferencesViewController.h"
 #include "app/SettingsPopupMenuViewController.h"
 #include "app/SettingsPopupMenuWindow.h"
+#include "app/StatusMenuController.h"
 #include "capture/screen/SavePasswordViewController.h"
 #include "core/Inventory.h"
 #include "extension/BrowserController.h"
@@ -17,6 +19,7 @@
 #include "inventory/PasswordDetailViewController.h"
 #include "inventory/ShowPasswordViewController.h"
 #include "platform/ApplicationLauncher.h"
+#include "recall/GridPageController.h"
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallViewController.h"
 #include "recall/VaultSetupViewController.h"
@@ -200,6 +203,20 @@ QWidget *preferencesWindow(ScreenshotContext &context)
     return new pexi::PreferencesViewController(preferences, browsersWithChrome(context));
 }
 
+// The status item's menu, as the tray opens it: its entries, in a menu the tool may delete.
+QWidget *statusMenu(ScreenshotContext &context)
+{
+    auto &vault = context.keep<TemporaryVault>(false);
+    pexi::LoggingWindow window;
+    pexi::StatusMenuController controller({window, vault.locker, vault.center,
+                                           temporaryPreferences(context),
+                                           pexi::Appearance::instance()});
+    auto *menu = new QMenu;
+    for (const QAction *action : controller.statusMenu().actions())
+        action->isSeparator() ? menu->addSeparator() : menu->addAction(action->text());
+    return menu;
+}
+
 // The unlock on a fresh vault of its own, or on none: no browser is opened and nothing is
 // unlocked.
 pexi::RecallViewController *recallScreen(ScreenshotContext &context, bool withVault = true)
@@ -248,7 +265,7 @@ QWidget *vaultSetupMismatch(ScreenshotContext &context)
     pexi::RecallViewController *screen = recallScreen(context, false);
     auto *setup = screen->findChild<pexi::VaultSetupViewController *>();
     for (const int first : {0, 1}) {
-        for (int page = 0; page < pexi::VaultSetupViewController::numberOfGrids; ++page) {
+        for (int page = 0; page < pexi::GridPageController::numberOfPages; ++page) {
             for (const int index : {first, 4, 8})
                 setup->page(page)->toggleSelectionAt(index);
         }
@@ -375,6 +392,7 @@ QList<Screen> screens()
          [](ScreenshotContext &c) { return inventoryList(c, 14); }},
         {QStringLiteral("inventory-menu"), inventoryMenu},
         {QStringLiteral("save-prompt"), savePrompt},
+        {QStringLiteral("status-menu"), statusMenu},
         {QStringLiteral("recall"), recallPartlyPicked},
         // Long enough for the failure screen to slide in.
         {QStringLiteral("recall-failure"), recallFailure, 400},

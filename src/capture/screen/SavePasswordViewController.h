@@ -15,6 +15,8 @@ class SavePasswordViewController;
 
 namespace pexi {
 
+class PasswordDetailViewController;
+
 // A login captured in the browser, to look over and correct before it is saved: its title, site,
 // user name and password in fields. The screen neither saves nor goes away by itself: it hands
 // the corrected item to didSavePassword, and Cancel or Escape call didClose.
@@ -31,6 +33,7 @@ public:
     std::function<void()> didClose;
 
     QPushButton *actionButton() const;
+    PasswordDetailViewController *detailViewController() const;
 
     // Fills the fields from `item`; an absent site or user name leaves its field empty.
     void viewWillAppear();

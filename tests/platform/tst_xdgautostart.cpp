@@ -1,0 +1,122 @@
+#include "platform/XdgAutostart.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace pexi;
+
+class TestXdgAutostart : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_root;
+    QString userEntry() const { return m_root.filePath("home/autostart/pexi-worker.desktop"); }
+    QString systemEntry() const { return m_root.filePath("system/autostart/pexi-worker.desktop"); }
+
+    // "starts" or "hidden" writes an entry there; "" leaves none.
+    static void write(const QString &path, const QString &kind)
+    {
+        if (kind.isEmpty())
+            return;
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[Desktop Entry]\nType=Application\nExec=pexi-worker\n");
+        if (kind == "hidden")
+            file.write("Hidden=true\n");
+    }
+    // What the user's entry says: "", "starts" or "hidden".
+    QString userKind() const
+    {
+        QFile file(userEntry());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return file.readAll().contains("\nHidden=true\n") ? "hidden" : "starts";
+    }
+
+private slots:
+    void init()
+    {
+        QDir(m_root.path()).removeRecursively();
+        QVERIFY(QDir().mkpath(m_root.path()));
+        qputenv("XDG_CONFIG_HOME", m_root.filePath("home").toUtf8());
+        qputenv("XDG_CONFIG_DIRS",
+                (m_root.filePath("elsewhere") + ':' + m_root.filePath("system")).toUtf8());
+    }
+
+    // An entry installed for everybody and one of the user's, then the choice made ("on",
+    // "off" or none): whether the worker starts at login and what the user's entry says.
+    void choice_data()
+    {
+        QTest::addColumn<QString>("installed");
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QString>("choice");
+        QTest::addColumn<bool>("starts");
+        QTest::addColumn<QString>("userAfter");
+        QTest::newRow("nothing") << ""
+                                 << ""
+                                 << "" << false << "";
+        QTest::newRow("installed") << "starts"
+                                   << ""
+                                   << "" << true << "";
+        QTest::newRow("installed hidden") << "hidden"
+                                          << ""
+                                          << "" << false << "";
+        QTest::newRow("user's hides installed") << "starts"
+                                                << "hidden"
+                                                << "" << false << "hidden";
+        QTest::newRow("on") << ""
+                            << ""
+                            << "on" << true << "starts";
+        QTest::newRow("off removes the user's") << ""
+                                                << "starts"
+                                                << "off" << false << "";
+        QTest::newRow("off over installed hides") << "starts"
+                                                  << ""
+                                                  << "off" << false << "hidden";
+        QTest::newRow("on again over installed") << "starts"
+                                                 << "hidden"
+                                                 << "on" << true << "starts";
+        QTest::newRow("on over installed hidden") << "hidden"
+                                                  << ""
+                                                  << "on" << true << "starts";
+    }
+    void choice()
+    {
+        QFETCH(QString, installed);
+        QFETCH(QString, user);
+        QFETCH(QString, choice);
+        QFETCH(bool, starts);
+        QFETCH(QString, userAfter);
+        write(systemEntry(), installed);
+        write(userEntry(), user);
+        XdgAutostart autostart("/usr/bin/pexi-worker");
+        if (!choice.isEmpty())
+            QVERIFY(autostart.setEnabled(choice == "on"));
+        QCOMPARE(autostart.isEnabled(), starts);
+        QCOMPARE(userKind(), userAfter);
+    }
+
+    // The entry starts this very program, quoted as desktop entries want.
+    void exec_data()
+    {
+        QTest::addColumn<QString>("executable");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("quote and backslash") << "/opt/a\"b\\c"
+                                             << "Exec=\"/opt/a\\\\\"b\\\\\\\\c\"";
+    }
+    void exec()
+    {
+        QFETCH(QString, executable);
+        QFETCH(QString, line);
+        QVERIFY(XdgAutostart(executable).setEnabled(true));
+        QFile file(userEntry());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY2(QString::fromUtf8(file.readAll()).split('\n').contains(line), qPrintable(line));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestXdgAutostart)
+#include "tst_xdgautostart.moc"
