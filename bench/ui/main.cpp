@@ -1,8 +1,10 @@
 // The unlock as the user meets it: from the last pick, a real key press on the real recall
 // screen (offscreen), to the screen telling its delegate, as a ratio to the key derivation
 // alone measured in the same run; and the longest the main event loop stood still meanwhile,
-// which the worker-thread unlock keeps short. Prints NAME VALUE UNIT lines.
+// which the worker-thread unlock keeps short; and the password list (ListBench.h). Prints
+// NAME VALUE UNIT lines.
 #include "bench/BenchVault.h"
+#include "bench/ui/ListBench.h"
 #include "support/DesktopDoubles.h"
 
 #include "extension/BrowserController.h"
@@ -130,6 +132,14 @@ int main(int argc, char *argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("PEXI_NO_KEYRING", "1");
     QApplication app(argc, argv);
+    // "list" or "unlock" runs that part alone.
+    const QString only = app.arguments().value(1);
+
+    // The list first, so that its memory is not what the unlocks left behind.
+    if (only.isEmpty() || only == QLatin1String("list"))
+        benchList();
+    if (!only.isEmpty() && only != QLatin1String("unlock"))
+        return 0;
 
     double stall = 0;
     for (const auto &[count, label] : {std::pair{1000, "1k"}, {10000, "10k"}, {100000, "100k"}}) {

@@ -26,13 +26,8 @@ void SettingsPopupMenu::open(QWidget *sender)
         m_windowController->close();
     auto *window = new SettingsPopupMenuWindow(new SettingsPopupMenuViewController(m_services));
     m_windowController = window;
-    window->show();
-    window->adjustSize();
-    const QPoint anchor = sender ? sender->mapToGlobal(QRectF(sender->rect()).center()).toPoint()
-                                 : m_mouseLocation().toPoint();
-    window->move(anchor.x() - window->width(), anchor.y());
-    window->raise();
-    window->activateWindow();
+    window->popUp(sender ? sender->mapToGlobal(QRectF(sender->rect()).center()).toPoint()
+                         : m_mouseLocation().toPoint());
 }
 
 } // namespace pexi

@@ -1,7 +1,9 @@
 #include "app/SettingsPopupMenuWindow.h"
 
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QScreen>
 #include <QVBoxLayout>
 
 namespace pexi {
@@ -15,6 +17,23 @@ SettingsPopupMenuWindow::SettingsPopupMenuWindow(QWidget *content)
     layout->setContentsMargins(1, 1, 1, 1);
     layout->addWidget(content);
     setMinimumWidth(220);
+}
+
+void SettingsPopupMenuWindow::popUp(const QPoint &anchor)
+{
+    show();
+    adjustSize();
+    QRect frame(QPoint(anchor.x() - width(), anchor.y()), size());
+    // A menu opened from the last rows of a list near the bottom of the screen goes up instead.
+    if (const QScreen *screen = QGuiApplication::screenAt(anchor)) {
+        const QRect available = screen->availableGeometry();
+        if (frame.bottom() > available.bottom())
+            frame.moveBottom(anchor.y());
+        frame.moveLeft(qMax(frame.left(), available.left()));
+    }
+    move(frame.topLeft());
+    raise();
+    activateWindow();
 }
 
 void SettingsPopupMenuWindow::changeEvent(QEvent *event)

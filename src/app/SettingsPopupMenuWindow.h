@@ -12,6 +12,10 @@ class SettingsPopupMenuWindow : public QWidget
 public:
     explicit SettingsPopupMenuWindow(QWidget *content);
 
+    // Shows the pop-up hanging to the left of and below `anchor` (global), kept on its screen,
+    // and gives it the keyboard.
+    void popUp(const QPoint &anchor);
+
 protected:
     void changeEvent(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;

@@ -44,8 +44,9 @@ void Window::show(QPointF point, const InventoryItem *item)
     }
     if (m_services.recall.locker.lockState() == LockState::locked)
         return;
-    presentInventory(wrapper, 0.0);
-    (void)item; // handed to the list once it offers to save one
+    InventoryWrapperViewController *inventory = presentInventory(wrapper, 0.0);
+    if (item)
+        inventory->mainViewController()->presentSavePassword(*item);
 }
 
 void Window::presentWelcome(RecallViewController *recall)

@@ -287,6 +287,23 @@ QList<InventoryItem> Inventory::search(const QString &text) const
     return found;
 }
 
+QList<InventoryItem> Inventory::search(const QString &text, const QList<InventoryItem> &among) const
+{
+    // Looking each one up costs more than scanning in order, once they are many.
+    if (among.size() > count() / 4)
+        return search(text);
+    QList<InventoryItem> found;
+    const std::optional<QString> needle = needleFor(text);
+    if (!needle)
+        return found;
+    for (const InventoryItem &item : among) {
+        const EntryPointer entry = m_entries.value(item.uuid());
+        if (entry && entry->listed() && entry->searchText.contains(*needle))
+            found.append(entry->item);
+    }
+    return found;
+}
+
 bool Inventory::matches(const QString &uuid, const QString &text) const
 {
     const EntryPointer entry = m_entries.value(uuid);

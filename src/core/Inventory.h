@@ -39,6 +39,9 @@ public:
     QList<InventoryItem> itemList() const;
     // Items whose title, username or site contains `text` (trimmed; case and accents ignored).
     QList<InventoryItem> search(const QString &text) const;
+    // The same, given `among`: what search() gave for a text that `text` contains, so that each
+    // key typed into a search looks only at what the previous one found.
+    QList<InventoryItem> search(const QString &text, const QList<InventoryItem> &among) const;
     // Items whose site shares the host's registrable domain, as HostnameInfo::matches() would say.
     QList<InventoryItem> itemsMatchingHost(const HostnameInfo &host) const;
     bool containsLogin(const QString &username, const QString &site, const QString &password) const;

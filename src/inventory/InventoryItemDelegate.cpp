@@ -17,7 +17,24 @@ constexpr int iconSize = 20;
 // The user name is tucked under the title: the two lines overlap a little by design.
 constexpr int lineOverlap = 2;
 
+// One line from its baseline, cut with an ellipsis when it does not fit. Shaping a text costs
+// more than drawing it, so a text too short to overflow even in its widest glyph is not measured.
+void drawLine(QPainter *painter, const QFontMetrics &metrics, QPoint baseline, const QString &text,
+              int width)
+{
+    const bool fits = text.size() * qsizetype(metrics.maxWidth()) <= width ||
+                      metrics.horizontalAdvance(text) <= width;
+    painter->drawText(baseline, fits ? text : metrics.elidedText(text, Qt::ElideRight, width));
+}
+
 } // namespace
+
+InventoryItemDelegate::InventoryItemDelegate(QObject *parent)
+    : QStyledItemDelegate(parent), m_titleFont(Appearance::mediumFont(13)),
+      m_usernameFont(Appearance::regularFont(12)), m_titleMetrics(m_titleFont),
+      m_usernameMetrics(m_usernameFont)
+{
+}
 
 QRect InventoryItemDelegate::menuButtonRect(const QRect &row)
 {
@@ -39,27 +56,20 @@ void InventoryItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem 
                      button.left() - option.rect.left() - margin - 4, option.rect.height());
     const QString title = index.data(Qt::DisplayRole).toString();
     const QString username = index.data(InventoryListModel::UsernameRole).toString();
-
-    const QFont titleFont = Appearance::mediumFont(13);
-    const QFont usernameFont = Appearance::regularFont(12);
-    const QFontMetrics titleMetrics(titleFont);
-    const QFontMetrics usernameMetrics(usernameFont);
-    const int height =
-        titleMetrics.height() + (username.isEmpty() ? 0 : usernameMetrics.height() - lineOverlap);
-    int top = text.top() + (text.height() - height) / 2;
-
-    painter->setFont(titleFont);
+    const int height = m_titleMetrics.height() +
+                       (username.isEmpty() ? 0 : m_usernameMetrics.height() - lineOverlap);
+    const int top = text.top() + (text.height() - height) / 2;
+    painter->setFont(m_titleFont);
     painter->setPen(appearance.color(Appearance::Color::Text));
-    painter->drawText(QRect(text.left(), top, text.width(), titleMetrics.height()),
-                      Qt::AlignLeft | Qt::AlignVCenter,
-                      titleMetrics.elidedText(title, Qt::ElideRight, text.width()));
+    drawLine(painter, m_titleMetrics, QPoint(text.left(), top + m_titleMetrics.ascent()), title,
+             text.width());
     if (!username.isEmpty()) {
-        top += titleMetrics.height() - lineOverlap;
-        painter->setFont(usernameFont);
+        painter->setFont(m_usernameFont);
         painter->setPen(appearance.color(Appearance::Color::SecondaryText));
-        painter->drawText(QRect(text.left(), top, text.width(), usernameMetrics.height()),
-                          Qt::AlignLeft | Qt::AlignVCenter,
-                          usernameMetrics.elidedText(username, Qt::ElideRight, text.width()));
+        drawLine(painter, m_usernameMetrics,
+                 QPoint(text.left(),
+                        top + m_titleMetrics.height() - lineOverlap + m_usernameMetrics.ascent()),
+                 username, text.width());
     }
 
     const QRect icon(button.center() - QPoint(iconSize / 2, iconSize / 2),

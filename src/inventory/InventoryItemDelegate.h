@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QColor>
+#include <QFont>
+#include <QFontMetrics>
 #include <QPixmap>
 #include <QStyledItemDelegate>
 
@@ -16,7 +18,7 @@ class InventoryItemDelegate : public QStyledItemDelegate
 public:
     static constexpr int rowHeight = 44;
 
-    using QStyledItemDelegate::QStyledItemDelegate;
+    explicit InventoryItemDelegate(QObject *parent = nullptr);
 
     // The menu button's square within a row's rectangle.
     static QRect menuButtonRect(const QRect &row);
@@ -34,6 +36,10 @@ signals:
 private:
     const QPixmap &menuIcon(const QColor &color, qreal ratio) const;
 
+    const QFont m_titleFont;
+    const QFont m_usernameFont;
+    const QFontMetrics m_titleMetrics;
+    const QFontMetrics m_usernameMetrics;
     mutable QPixmap m_menuIcon;
     mutable QColor m_menuIconColor;
 };

@@ -34,6 +34,7 @@ public:
     bool apply(const InventoryChange &change, const Inventory &inventory, const QString &search);
 
     const InventoryItem &item(int row) const { return m_rows.at(row); }
+    const QList<InventoryItem> &rows() const { return m_rows; }
     // The first row of the item with this uuid, or -1.
     int rowOf(const QString &uuid) const;
 

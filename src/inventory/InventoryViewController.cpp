@@ -4,12 +4,18 @@
 
 #include "app/SettingsPopupMenuWindow.h"
 
+#include "capture/screen/SavePasswordViewController.h"
 #include "core/Constants.h"
 #include "core/Inventory.h"
 #include "core/Log.h"
 #include "core/LoginImporter.h"
 #include "core/VaultError.h"
+#include "inventory/AddPasswordViewController.h"
+#include "inventory/DeletePasswordViewController.h"
+#include "inventory/EditPasswordViewController.h"
 #include "inventory/InventoryItemDelegate.h"
+#include "inventory/InventoryMenuViewController.h"
+#include "inventory/ShowPasswordViewController.h"
 #include "ui/Appearance.h"
 #include "ui/Hud.h"
 #include "ui/Icons.h"
@@ -59,7 +65,14 @@ InventoryViewController::InventoryViewController(InventoryServices services, QWi
     ui->searchFieldView->hide();
     ui->emptyView->hide();
 
-    connect(ui->searchField, &QLineEdit::textChanged, this, &InventoryViewController::refresh);
+    connect(ui->searchField, &QLineEdit::textChanged, this,
+            &InventoryViewController::searchChanged);
+    connect(m_delegate, &InventoryItemDelegate::itemClicked, this,
+            &InventoryViewController::showActions);
+    connect(m_delegate, &InventoryItemDelegate::menuButtonClicked, this,
+            &InventoryViewController::showActions);
+    connect(ui->addButton, &QPushButton::clicked, this,
+            &InventoryViewController::addPasswordClicked);
     connect(ui->settingsButton, &QPushButton::clicked, this,
             [this] { m_services.settingsMenu.open(ui->settingsButton); });
     connect(ui->importButton, &QPushButton::clicked, this, &InventoryViewController::importClicked);
@@ -80,14 +93,30 @@ QString InventoryViewController::searchText() const
 
 void InventoryViewController::refresh()
 {
+    readRows(false);
+}
+
+void InventoryViewController::searchChanged()
+{
+    // A key that extends the search can only narrow what the last one found.
+    const QString text = searchText();
+    readRows(!m_rowsSearch.isEmpty() && text.contains(m_rowsSearch));
+}
+
+void InventoryViewController::readRows(bool narrowing)
+{
     const QString text = searchText();
     int total = 0;
     QList<InventoryItem> rows;
-    m_services.locker.runWithInventory([&](Inventory &inventory) {
+    const bool unlocked = m_services.locker.runWithInventory([&](Inventory &inventory) {
         total = inventory.count();
-        rows = text.isEmpty() ? inventory.itemList() : inventory.search(text);
+        if (text.isEmpty())
+            rows = inventory.itemList();
+        else
+            rows = narrowing ? inventory.search(text, m_model.rows()) : inventory.search(text);
     });
     m_model.setRows(rows);
+    m_rowsSearch = unlocked ? text : QString();
     showControls(total);
 }
 
@@ -173,7 +202,7 @@ void InventoryViewController::didUpdatePassword(const InventoryItem &item)
         return;
     refreshControls();
     dismiss(m_editScreen);
-    dismiss(m_menu);
+    dismissMenu();
     scrollToItem(item);
 }
 
@@ -184,7 +213,7 @@ void InventoryViewController::didDeletePassword(const InventoryItem &item)
     refreshControls();
     hudWithTitle(this, tr("Password deleted"));
     dismiss(m_deleteScreen);
-    dismiss(m_menu);
+    dismissMenu();
 }
 
 void InventoryViewController::inventoryUpdatedFromRemote()
@@ -194,6 +223,98 @@ void InventoryViewController::inventoryUpdatedFromRemote()
     m_services.analytics.logEvent(QStringLiteral("Mac_PasswordDeleted"));
     // The rows already followed the change through the locker.
     refreshControls();
+}
+
+void InventoryViewController::present(QWidget *screen)
+{
+    SlidePresentationAnimator::present(
+        screen, this, new SlidePresentationAnimator(SlidePresentationAnimator::SlideLeft, 0.2));
+}
+
+void InventoryViewController::addPasswordClicked()
+{
+    auto *screen = new AddPasswordViewController;
+    screen->didAddPassword = [this](const InventoryItem &item) { didAddPassword(item); };
+    screen->didClose = [this] { dismiss(m_addScreen); };
+    m_addScreen = screen;
+    present(screen);
+}
+
+void InventoryViewController::presentSavePassword(const InventoryItem &item)
+{
+    auto *screen = new SavePasswordViewController;
+    screen->item = item;
+    screen->didSavePassword = [this](const InventoryItem &saved) { didSavePassword(saved); };
+    screen->didClose = [this] { dismiss(m_saveScreen); };
+    m_saveScreen = screen;
+    present(screen);
+}
+
+void InventoryViewController::showActions(const QModelIndex &index)
+{
+    const InventoryItem item = m_model.item(index.row());
+    InventoryMenuViewController::ItemActions actions;
+    actions.openInBrowser = [this, item](const QUrl &url) { openInBrowser(item, url); };
+    actions.showPassword = [this, item] { presentShowPassword(item); };
+    actions.copyPassword = [this, item] { copy(item.password(), tr("Password copied")); };
+    actions.copyUsername = [this, item] {
+        copy(item.username().value_or(QString()), tr("Username copied"));
+    };
+    actions.view = [this, item] { presentEdit(item); };
+    actions.deleteItem = [this, item] { presentDelete(item); };
+    dismissMenu();
+    m_menu = InventoryMenuViewController::forItem(item, std::move(actions));
+    QListView *list = ui->inventoryTableView;
+    m_menu->popUp(list->viewport(), InventoryItemDelegate::menuButtonRect(list->visualRect(index)));
+}
+
+void InventoryViewController::dismissMenu()
+{
+    if (m_menu)
+        m_menu->dismiss();
+    m_menu = nullptr;
+}
+
+void InventoryViewController::openInBrowser(const InventoryItem &item, const QUrl &url)
+{
+    // So that the extension's next request for this host is matched to the item opened.
+    if (!url.host().isEmpty())
+        m_services.browser.recordLogin(url.host(), item.uuid());
+    m_services.browser.open(url);
+    logLine(QStringLiteral("didOpenInBrowser: ") + url.toString());
+}
+
+void InventoryViewController::copy(const QString &text, const QString &done)
+{
+    m_services.pasteboard.copy(text);
+    hudWithTitle(this, done);
+    dismissMenu();
+}
+
+void InventoryViewController::presentShowPassword(const InventoryItem &item)
+{
+    auto *screen = new ShowPasswordViewController(item.title(), item.password());
+    screen->didClose = [this] { dismiss(m_showScreen); };
+    m_showScreen = screen;
+    present(screen);
+}
+
+void InventoryViewController::presentEdit(const InventoryItem &item)
+{
+    auto *screen = new EditPasswordViewController(item);
+    screen->didUpdatePassword = [this](const InventoryItem &edited) { didUpdatePassword(edited); };
+    screen->didClose = [this] { dismiss(m_editScreen); };
+    m_editScreen = screen;
+    present(screen);
+}
+
+void InventoryViewController::presentDelete(const InventoryItem &item)
+{
+    auto *screen = new DeletePasswordViewController(item.title());
+    screen->didDelete = [this, item] { didDeletePassword(item); };
+    screen->didClose = [this] { dismiss(m_deleteScreen); };
+    m_deleteScreen = screen;
+    present(screen);
 }
 
 void InventoryViewController::importClicked()

@@ -2,6 +2,7 @@
 
 #include "app/Deployment.h"
 #include "core/Log.h"
+#include "recall/GridPageController.h"
 #include "recall/IncorrectImagesViewController.h"
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallViewControllerDelegate.h"
@@ -11,10 +12,6 @@
 
 #include "ui_RecallViewController.h"
 
-#include <QKeyEvent>
-
-#include <algorithm>
-
 namespace pexi {
 
 RecallViewController::RecallViewController(RecallServices services, QWidget *parent)
@@ -23,32 +20,23 @@ RecallViewController::RecallViewController(RecallServices services, QWidget *par
 {
     ui->setupUi(this);
     ui->titleLabel->setFont(Appearance::mediumFont(15));
-    for (QToolButton *arrow : {ui->leftButton, ui->rightButton})
-        arrow->setFont(Appearance::mediumFont(22));
-    m_pages = {ui->page1Controller, ui->page2Controller, ui->page3Controller};
     ui->busyLabel->hide();
     // The busy sign comes and goes without moving the count beside it.
     QSizePolicy keepSpace = ui->busyLabel->sizePolicy();
     keepSpace.setRetainSizeWhenHidden(true);
     ui->busyLabel->setSizePolicy(keepSpace);
 
-    ui->pageControl->setPageControlDelegate(this);
-    ui->pageControl->setNumberOfPages(numberOfGrids);
-    ui->pageControl->setCurrentPage(0);
-    ui->leftButton->setEnabled(false);
-    connect(ui->leftButton, &QToolButton::clicked, this,
-            [this] { selectPageWithIndex(selectedIndex() - 1); });
-    connect(ui->rightButton, &QToolButton::clicked, this,
-            [this] { selectPageWithIndex(selectedIndex() + 1); });
+    connect(ui->gridPageController, &GridPageController::didTransition, this,
+            [this](int index) { showPickCount(page(index)); });
     connect(ui->helpButton, &QToolButton::clicked, this, &RecallViewController::helpButtonClicked);
     connect(&m_unlocker, &RecallUnlocker::busyChanged, ui->busyLabel, &QWidget::setVisible);
     connect(&m_unlocker, &RecallUnlocker::unlocked, this, [this] {
-        setAcceptsPicks(true);
+        ui->gridPageController->setAcceptsPicks(true);
         if (m_delegate)
             m_delegate->recallViewControllerDidUnlock(this);
     });
     connect(&m_unlocker, &RecallUnlocker::failed, this, [this](const QString &reason) {
-        setAcceptsPicks(true);
+        ui->gridPageController->setAcceptsPicks(true);
         presentFailure(reason);
     });
 
@@ -62,15 +50,14 @@ RecallViewController::RecallViewController(RecallServices services, QWidget *par
 void RecallViewController::loadGrids()
 {
     const QList<ImageGrid> grids = m_services.grids.grids();
-    if (grids.size() != numberOfGrids) {
+    if (grids.size() != GridPageController::numberOfPages) {
         logLine(QStringLiteral("Wrong number of grids! Found %1").arg(grids.size()));
-        setAcceptsPicks(false);
+        ui->gridPageController->setAcceptsPicks(false);
         return;
     }
-    for (int index = 0; index < numberOfGrids; ++index) {
-        m_pages.at(size_t(index))->setImageGrid(grids.at(index));
-        m_pages.at(size_t(index))->setDelegate(this);
-    }
+    for (int index = 0; index < GridPageController::numberOfPages; ++index)
+        page(index)->setImageGrid(grids.at(index));
+    ui->gridPageController->setGridDelegate(this);
     ui->selectedDenominator->setText(QStringLiteral("3"));
 }
 
@@ -91,109 +78,56 @@ RecallViewController::~RecallViewController() = default;
 
 RecallCollectionViewController *RecallViewController::page(int index) const
 {
-    return m_pages.at(size_t(index));
+    return ui->gridPageController->page(index);
 }
 
 int RecallViewController::selectedIndex() const
 {
-    return ui->imagePageView->currentIndex();
+    return ui->gridPageController->selectedIndex();
 }
 
-void RecallViewController::selectPageWithIndex(int index)
+void RecallViewController::showPickCount(const RecallCollectionViewController *grid)
 {
-    if (index == selectedIndex() || index < 0 || index >= numberOfGrids)
-        return;
-    ui->imagePageView->slideToIndex(index);
-    didTransition();
-}
-
-void RecallViewController::didTransition()
-{
-    const int index = selectedIndex();
-    ui->pageControl->setCurrentPage(index);
-    ui->leftButton->setEnabled(index != 0);
-    ui->rightButton->setEnabled(index != numberOfGrids - 1);
-    ui->selectedNumerator->setText(QString::number(page(index)->selection().size()));
-    // Letter keys go to the grid on show.
-    page(index)->setFocus();
-}
-
-bool RecallViewController::selectOldestIncompletePage()
-{
-    for (int index = 0; index < numberOfGrids; ++index) {
-        if (!page(index)->hasCompletedSelection()) {
-            selectPageWithIndex(index);
-            return true;
-        }
-    }
-    return false;
+    ui->selectedNumerator->setText(QString::number(grid->selection().size()));
 }
 
 void RecallViewController::resetSelections()
 {
-    for (RecallCollectionViewController *grid : m_pages)
-        grid->resetSelection();
-    didTransition();
+    ui->gridPageController->resetSelections();
 }
 
 void RecallViewController::reset()
 {
-    selectPageWithIndex(0);
+    ui->gridPageController->selectPageWithIndex(0);
     resetSelections();
 }
 
 void RecallViewController::recallCollectionViewControllerDidSelectItem(
     RecallCollectionViewController *grid)
 {
-    ui->selectedNumerator->setText(QString::number(grid->selection().size()));
-    if (!grid->hasCompletedSelection() || selectOldestIncompletePage())
+    showPickCount(grid);
+    if (!grid->hasCompletedSelection() || ui->gridPageController->selectOldestIncompletePage())
         return;
     unlock();
 }
 
 void RecallViewController::unlock()
 {
-    QList<QList<int>> picks;
-    for (const RecallCollectionViewController *grid : m_pages) {
-        QList<int> selection = grid->selection();
-        std::sort(selection.begin(), selection.end());
-        picks.append(selection);
-    }
-    QString secret = m_services.grids.deriveRecallSecret(picks);
+    QString secret =
+        m_services.grids.deriveRecallSecret(ui->gridPageController->sortedSelections());
     // A second attempt always starts from empty grids on the first page.
     reset();
     SecureBytes bytes = SecureBytes::fromUtf8(secret);
     secret.fill(QChar(0)); // the only other copy, wiped in place
-    setAcceptsPicks(false);
+    ui->gridPageController->setAcceptsPicks(false);
     m_unlocker.start(std::move(bytes));
-}
-
-void RecallViewController::setAcceptsPicks(bool accepts)
-{
-    for (RecallCollectionViewController *grid : m_pages)
-        grid->setAcceptsPicks(accepts);
-}
-
-void RecallViewController::pageControl(PageControl *, int didSelectPageAt)
-{
-    selectPageWithIndex(didSelectPageAt);
-}
-
-void RecallViewController::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Right)
-        ui->rightButton->click();
-    else if (event->key() == Qt::Key_Left)
-        ui->leftButton->click();
-    else
-        QWidget::keyPressEvent(event);
 }
 
 void RecallViewController::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     if (!m_vaultSetup) // which has put the focus on its own grid
-        page(selectedIndex())->setFocus();
+        ui->gridPageController->focusSelectedPage();
 }
 
 void RecallViewController::helpButtonClicked()
@@ -207,7 +141,7 @@ void RecallViewController::presentFailure(const QString &reason)
     failure->setReason(reason);
     failure->didDismiss = [this, failure] {
         SlidePresentationAnimator::dismiss(failure);
-        page(selectedIndex())->setFocus();
+        ui->gridPageController->focusSelectedPage();
     };
     auto *animator = new SlidePresentationAnimator(SlidePresentationAnimator::SlideRight, 0.2,
                                                    std::nullopt, true);

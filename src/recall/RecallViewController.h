@@ -5,14 +5,12 @@
 #include "core/Vault.h"
 #include "extension/BrowserController.h"
 #include "platform/BrowserLauncher.h"
-#include "recall/PageControlDelegate.h"
 #include "recall/RecallCollectionViewControllerDelegate.h"
 #include "recall/RecallUnlocker.h"
 
 #include <QPointer>
 #include <QWidget>
 
-#include <array>
 #include <memory>
 
 namespace Ui {
@@ -39,14 +37,10 @@ struct RecallServices
 // The picture unlock: three grids, one a page, each with its picks. Once all three are
 // complete the picks become the recall secret and the vault is opened with it, off this
 // thread; the grids are emptied and page 1 shown whatever the outcome.
-class RecallViewController : public QWidget,
-                             public RecallCollectionViewControllerDelegate,
-                             public PageControlDelegate
+class RecallViewController : public QWidget, public RecallCollectionViewControllerDelegate
 {
     Q_OBJECT
 public:
-    static constexpr int numberOfGrids = 3;
-
     explicit RecallViewController(RecallServices services = {}, QWidget *parent = nullptr);
     ~RecallViewController() override;
 
@@ -54,9 +48,6 @@ public:
 
     RecallCollectionViewController *page(int index) const;
     int selectedIndex() const;
-    void selectPageWithIndex(int index);
-    // Shows the first page whose grid still lacks picks; false when all are complete.
-    bool selectOldestIncompletePage();
     void resetSelections();
     // Empty grids, page 1.
     void reset();
@@ -67,22 +58,18 @@ public:
     void presentFailure(const QString &reason);
 
     void recallCollectionViewControllerDidSelectItem(RecallCollectionViewController *grid) override;
-    void pageControl(PageControl *control, int didSelectPageAt) override;
 
 protected:
-    void keyPressEvent(QKeyEvent *event) override;
     void showEvent(QShowEvent *event) override;
 
 private:
-    void didTransition();
     void loadGrids();
+    void showPickCount(const RecallCollectionViewController *grid);
     void presentVaultSetup();
     void unlock();
-    void setAcceptsPicks(bool accepts);
 
     std::unique_ptr<Ui::RecallViewController> ui;
     RecallServices m_services;
-    std::array<RecallCollectionViewController *, numberOfGrids> m_pages{};
     RecallUnlocker m_unlocker;
     RecallViewControllerDelegate *m_delegate = nullptr;
     QPointer<VaultSetupViewController> m_vaultSetup;

@@ -1,11 +1,10 @@
 #include "recall/VaultSetupViewController.h"
 
+#include "recall/GridPageController.h"
 #include "recall/RecallCollectionViewController.h"
 #include "ui/Appearance.h"
 
 #include "ui_VaultSetupViewController.h"
-
-#include <QKeyEvent>
 
 namespace pexi {
 
@@ -18,9 +17,7 @@ VaultSetupViewController::VaultSetupViewController(Vault &vault, Locker &locker,
 {
     ui->setupUi(this);
     ui->titleLabel->setFont(Appearance::mediumFont(15));
-    m_pages = {ui->page1Controller, ui->page2Controller, ui->page3Controller};
-    for (RecallCollectionViewController *grid : m_pages)
-        grid->setDelegate(this);
+    ui->gridPageController->setGridDelegate(this);
     ui->busyLabel->hide();
     QSizePolicy keepSpace = ui->busyLabel->sizePolicy();
     keepSpace.setRetainSizeWhenHidden(true);
@@ -41,12 +38,8 @@ VaultSetupViewController::VaultSetupViewController(Vault &vault, Locker &locker,
     recolour();
     connect(&Appearance::instance(), &Appearance::changed, this, recolour);
 
-    ui->pageControl->setPageControlDelegate(this);
-    ui->pageControl->setNumberOfPages(numberOfGrids);
-    connect(ui->leftButton, &QToolButton::clicked, this,
-            [this] { selectPageWithIndex(selectedIndex() - 1); });
-    connect(ui->rightButton, &QToolButton::clicked, this,
-            [this] { selectPageWithIndex(selectedIndex() + 1); });
+    connect(ui->gridPageController, &GridPageController::didTransition, this,
+            [this](int index) { showPickCount(page(index)); });
     connect(ui->drawButton, &QPushButton::clicked, this,
             &VaultSetupViewController::drawOtherPictures);
     connect(&m_unlocker, &RecallUnlocker::busyChanged, ui->busyLabel, &QWidget::setVisible);
@@ -62,48 +55,23 @@ VaultSetupViewController::~VaultSetupViewController() = default;
 
 RecallCollectionViewController *VaultSetupViewController::page(int index) const
 {
-    return m_pages.at(size_t(index));
+    return ui->gridPageController->page(index);
 }
 
 int VaultSetupViewController::selectedIndex() const
 {
-    return ui->imagePageView->currentIndex();
+    return ui->gridPageController->selectedIndex();
 }
 
-void VaultSetupViewController::selectPageWithIndex(int index)
+void VaultSetupViewController::showPickCount(const RecallCollectionViewController *grid)
 {
-    if (index < 0 || index >= numberOfGrids)
-        return;
-    if (index != selectedIndex())
-        ui->imagePageView->slideToIndex(index);
-    didTransition();
-}
-
-void VaultSetupViewController::didTransition()
-{
-    const int index = selectedIndex();
-    ui->pageControl->setCurrentPage(index);
-    ui->leftButton->setEnabled(index != 0);
-    ui->rightButton->setEnabled(index != numberOfGrids - 1);
-    ui->selectedNumerator->setText(QString::number(page(index)->selection().size()));
-    page(index)->setFocus();
-}
-
-bool VaultSetupViewController::selectOldestIncompletePage()
-{
-    for (int index = 0; index < numberOfGrids; ++index) {
-        if (!page(index)->hasCompletedSelection()) {
-            selectPageWithIndex(index);
-            return true;
-        }
-    }
-    return false;
+    ui->selectedNumerator->setText(QString::number(grid->selection().size()));
 }
 
 void VaultSetupViewController::drawOtherPictures()
 {
     m_setup.draw();
-    for (int index = 0; index < numberOfGrids; ++index)
+    for (int index = 0; index < GridPageController::numberOfPages; ++index)
         page(index)->setImageGrid(m_setup.grids().at(index));
     showRound();
 }
@@ -115,26 +83,22 @@ void VaultSetupViewController::showRound(const QString &message)
                                            : QStringLiteral("Pick the same pictures again."));
     ui->messageLabel->setText(message);
     ui->messageLabel->setVisible(!message.isEmpty());
-    for (RecallCollectionViewController *grid : m_pages)
-        grid->resetSelection();
-    selectPageWithIndex(0);
+    ui->gridPageController->selectPageWithIndex(0);
+    ui->gridPageController->resetSelections();
 }
 
 void VaultSetupViewController::recallCollectionViewControllerDidSelectItem(
     RecallCollectionViewController *grid)
 {
-    ui->selectedNumerator->setText(QString::number(grid->selection().size()));
-    if (!grid->hasCompletedSelection() || selectOldestIncompletePage())
+    showPickCount(grid);
+    if (!grid->hasCompletedSelection() || ui->gridPageController->selectOldestIncompletePage())
         return;
     finishRound();
 }
 
 void VaultSetupViewController::finishRound()
 {
-    QList<QList<int>> picks;
-    for (const RecallCollectionViewController *grid : m_pages)
-        picks.append(grid->selection());
-    switch (m_setup.finishRound(picks)) {
+    switch (m_setup.finishRound(ui->gridPageController->sortedSelections())) {
     case VaultSetup::Outcome::Chosen:
         showRound();
         break;
@@ -150,30 +114,14 @@ void VaultSetupViewController::finishRound()
 
 void VaultSetupViewController::setAcceptsPicks(bool accepts)
 {
-    for (RecallCollectionViewController *grid : m_pages)
-        grid->setAcceptsPicks(accepts);
+    ui->gridPageController->setAcceptsPicks(accepts);
     ui->drawButton->setEnabled(accepts);
-}
-
-void VaultSetupViewController::pageControl(PageControl *, int didSelectPageAt)
-{
-    selectPageWithIndex(didSelectPageAt);
-}
-
-void VaultSetupViewController::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Right)
-        ui->rightButton->click();
-    else if (event->key() == Qt::Key_Left)
-        ui->leftButton->click();
-    else
-        QWidget::keyPressEvent(event);
 }
 
 void VaultSetupViewController::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    page(selectedIndex())->setFocus();
+    ui->gridPageController->focusSelectedPage();
 }
 
 } // namespace pexi

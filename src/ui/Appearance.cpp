@@ -167,7 +167,14 @@ QString Appearance::styleSheet() const
                " border-radius: 6px; padding: 5px 8px;"
                " selection-background-color: %1; selection-color: #ffffff; }"
                "QLineEdit:focus { border: 1px solid %4; }"
-               "QLineEdit:disabled { color: %6; background-color: %10; }")
+               "QLineEdit:disabled { color: %6; background-color: %10; }"
+               // A thin bar without arrows, as long lists on the desktop have.
+               "QScrollBar:vertical { background: transparent; width: 10px; margin: 2px; }"
+               "QScrollBar::handle:vertical { background: %7; border-radius: 3px;"
+               " min-height: 24px; }"
+               "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }"
+               "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical {"
+               " background: transparent; }")
         .arg(accentFill, QColor(accentFill).lighter(110).name(),
              QColor(accentFill).darker(115).name(), hex(Color::Accent), hex(Color::Selection),
              hex(Color::SecondaryText), hex(Color::Border), hex(Color::Surface), hex(Color::Text),

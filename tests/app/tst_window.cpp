@@ -6,8 +6,10 @@
 #include "app/InventoryWrapperViewController.h"
 #include "app/WelcomeViewController.h"
 #include "app/Window.h"
+#include "capture/screen/SavePasswordViewController.h"
 #include "core/InventoryItem.h"
 #include "platform/LinuxApplicationLauncher.h"
+#include "recall/GridPageController.h"
 #include "recall/RecallCollectionViewController.h"
 
 #include <QApplication>
@@ -59,7 +61,7 @@ struct Opened
     NullEventLogger analytics;
     pexi::SettingsPopupMenu settingsMenu{{v.locker, browser, launcher, applications, *preferences}};
     pexi::Window window{{{grids, v.vault, v.locker, browser, launcher},
-                         {v.locker, sync, analytics, settingsMenu},
+                         {v.locker, sync, analytics, settingsMenu, browser},
                          *preferences,
                          v.center}};
 };
@@ -130,6 +132,8 @@ private Q_SLOTS:
         QFETCH(bool, list);
         QCOMPARE(o.shown<pexi::WelcomeViewController>() != nullptr, welcome);
         QCOMPARE(o.shown<pexi::InventoryWrapperViewController>() != nullptr, list);
+        // The list offers the item for saving.
+        QCOMPARE(o.shown<pexi::SavePasswordViewController>() != nullptr, list && withItem);
         QCOMPARE(o.floating()->windowTitle(), QStringLiteral("Pexi"));
         // Only reading the welcome puts it away for good.
         QCOMPARE(o.preferences->showWelcomeScreen(), showWelcome);
@@ -160,7 +164,7 @@ private Q_SLOTS:
     {
         Opened o(false);
         o.showAt();
-        for (int grid = 0; grid < pexi::RecallViewController::numberOfGrids; ++grid)
+        for (int grid = 0; grid < pexi::GridPageController::numberOfPages; ++grid)
             o.typeRightLetters();
         QTRY_VERIFY(o.shown<pexi::InventoryWrapperViewController>());
         QCOMPARE(o.v.locker.lockState(), pexi::LockState::unlocked);

@@ -1,3 +1,4 @@
+#include <QFileInfo>
 #include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -96,6 +97,8 @@ private slots:
         crashed->kill();
         QVERIFY(crashed->waitForFinished(10000));
         QVERIFY(QFile::exists(m_root.filePath("runtime/pexi/worker.socket")));
+        QCOMPARE(QFileInfo(m_root.filePath("runtime/pexi")).permissions() & 0x0FFF,
+                 QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ExeUser);
 
         auto next = start();
         QVERIFY(QTest::qWaitFor([&] { return serving(); }, 10000));

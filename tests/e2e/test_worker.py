@@ -55,13 +55,12 @@ class Worker:
             "PEXI_EXTENSION_PORT": str(self.port),
             "PEXI_DATA_DIR": self.data_dir,
             "XDG_CONFIG_HOME": os.path.join(self.root, "config"),
-            # One worker per user is served from here: each test's worker is a user of its own.
-            "XDG_RUNTIME_DIR": os.path.join(self.root, "runtime"),
+            # One worker per user: each of these is the only one of its own runtime directory.
+            "XDG_RUNTIME_DIR": self.root,
             "PEXI_NO_KEYRING": "1",
             # Nothing listens there: analytics fail fast and stay on this machine.
             "PEXI_ANALYTICS_BASE": "http://127.0.0.1:%d/" % free_port(),
         })
-        os.mkdir(self.env["XDG_RUNTIME_DIR"], 0o700)
         self.lines = []
         self._lines_lock = threading.Lock()
         self.process = None

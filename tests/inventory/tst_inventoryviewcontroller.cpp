@@ -1,12 +1,16 @@
 #include "app/AnalyticsLogger.h"
 #include "app/SettingsPopupMenu.h"
+#include "app/SettingsPopupMenuItem.h"
 #include "app/SettingsPopupMenuWindow.h"
+#include "capture/screen/SavePasswordViewController.h"
 #include "core/Inventory.h"
 #include "core/SyncService.h"
 #include "extension/BrowserController.h"
+#include "inventory/AddPasswordViewController.h"
+#include "inventory/DeletePasswordViewController.h"
+#include "inventory/EditPasswordViewController.h"
 #include "inventory/InventoryItemDelegate.h"
 #include "inventory/InventoryViewController.h"
-#include "platform/ApplicationLauncher.h"
 #include "support/AnalyticsServer.h"
 #include "support/DesktopDoubles.h"
 #include "support/StandardOutputCapture.h"
@@ -18,6 +22,7 @@
 #include <QListView>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -30,13 +35,6 @@ using namespace pexi;
 namespace {
 
 const QUuid accountId("{6f1c2a9e-3b7d-4e15-a0c4-9d2e8b7f5a31}");
-
-class NoApplications : public ApplicationLauncher
-{
-public:
-    bool isInstalled(const QString &) const override { return false; }
-    bool launch(const QString &, const QString &) override { return false; }
-};
 
 InventoryItem login(const QString &title, const std::optional<QString> &username = std::nullopt,
                     const std::optional<QString> &site = std::nullopt)
@@ -60,7 +58,7 @@ struct ListOnScreen
     SyncService sync{vault.vault, vault.locker};
     NullLauncher launcher;
     BrowserController browser{launcher};
-    NoApplications applications;
+    NullApplicationLauncher applications;
     TemporaryPreferences preferencesStore;
     std::unique_ptr<Preferences> preferences = preferencesStore.preferences();
     SettingsPopupMenu settings{{vault.locker, browser, launcher, applications, *preferences}};
@@ -128,6 +126,50 @@ struct ListOnScreen
         [&] { QTRY_COMPARE_WITH_TIMEOUT(pending(), 0, 10000); }();
         return server.requests.join(QStringLiteral(", "));
     }
+    // Waits for a screen of that type to have slid in over the list.
+    template <class T> T *presented() const
+    {
+        T *screen = nullptr;
+        [&] {
+            QTRY_VERIFY((screen = this->screen->findChild<T *>()) &&
+                        screen->geometry() == this->screen->rect());
+        }();
+        return screen;
+    }
+    void click(QWidget *in, const QString &accessibleName) const
+    {
+        for (QPushButton *button : in->findChildren<QPushButton *>()) {
+            if (button->accessibleName() == accessibleName && button->isVisible())
+                return QTest::mouseClick(button, Qt::LeftButton);
+        }
+        QFAIL(qPrintable("no button " + accessibleName));
+    }
+    void type(QWidget *in, const QString &field, const QString &text) const
+    {
+        for (QLineEdit *edit : in->findChildren<QLineEdit *>()) {
+            if (edit->accessibleName() == field) {
+                edit->selectAll();
+                QTest::keyClick(edit, Qt::Key_Delete);
+                return QTest::keyClicks(edit, text);
+            }
+        }
+        QFAIL(qPrintable("no field " + field));
+    }
+    // Opens the row's menu with a click on its menu button and picks an entry.
+    void pick(int row, const QString &entry)
+    {
+        const QRect rect = list()->visualRect(screen->model().index(row));
+        QTest::mouseClick(list()->viewport(), Qt::LeftButton, {},
+                          InventoryItemDelegate::menuButtonRect(rect).center());
+        QVERIFY(screen->menu());
+        for (SettingsPopupMenuItem *item :
+             screen->menu()->findChildren<SettingsPopupMenuItem *>()) {
+            if (item->title() == entry)
+                return QTest::mouseClick(item, Qt::LeftButton);
+        }
+        QFAIL(qPrintable("no entry " + entry));
+    }
+
     QStringList huds() const
     {
         QStringList texts;
@@ -178,6 +220,33 @@ private slots:
         QCOMPARE(list.searchField()->isVisible(), fieldShown);
         QCOMPARE(list.shownTitles(), rows);
         QCOMPARE(list.child<QWidget>("Empty vault")->isVisible(), items == 0);
+    }
+
+    // Each key typed shows what the core finds for the whole text, narrowing or widening it.
+    void typingShowsTheCoresMatches_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::newRow("narrowing") << "account 12";
+        QTest::newRow("in the middle") << "12";
+        QTest::newRow("user name, case") << "USER19";
+    }
+    void typingShowsTheCoresMatches()
+    {
+        QFETCH(QString, typed);
+        ListOnScreen list(numbered(200));
+        QLineEdit *field = list.searchField();
+        for (const QChar key : typed) {
+            QTest::keyClick(field, key.toLatin1());
+            QCOMPARE(list.shownTitles(), list.coreTitles(field->text()));
+        }
+        // An item added while searching stays among what further keys narrow.
+        list.vault.locker.runWithInventory(
+            [&](Inventory &inventory) { inventory.upsert(login(typed + "9 new")); });
+        for (const auto key : {Qt::Key_9, Qt::Key_Backspace, Qt::Key_Backspace}) {
+            QTest::keyClick(field, key);
+            QCOMPARE(list.shownTitles(), list.coreTitles(field->text()));
+        }
+        QVERIFY(list.shownTitles().contains(typed + "9 new"));
     }
 
     void rowsShowTheUserNameOnlyWhenThereIsOne()
@@ -310,7 +379,8 @@ private slots:
         static const QRegularExpression line(
             "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+0000 Inventory updated from remote "
             "source: refreshing\\.$");
-        const QStringList lines = output.takeLines();
+        // Qt's own warnings may come between.
+        const QStringList lines = output.takeLines().filter("Inventory updated");
         QCOMPARE(lines.size(), 1);
         QVERIFY2(line.match(lines.first()).hasMatch(), qPrintable(lines.first()));
         QVERIFY(list.shownTitles().contains("From elsewhere"));
@@ -321,7 +391,94 @@ private slots:
         other.locker.runWithInventory(
             [](Inventory &inventory) { inventory.upsert(login("Later")); });
         list.sync.checkNow();
-        QCOMPARE(output.takeLines(), QStringList());
+        QCOMPARE(output.takeLines().filter("Inventory updated"), QStringList());
+    }
+
+    // Each flow as a person goes through it, checked in the vault opened again afterwards, in
+    // the analytics the server was sent, and in what the list says and leaves on screen.
+    void flowsReachTheVault_data()
+    {
+        QTest::addColumn<QString>("flow");
+        QTest::addColumn<QString>("stored"); // title|site|username|password; "-" absent, "" gone
+        QTest::addColumn<QString>("events");
+        QTest::addColumn<QStringList>("huds");
+        QTest::newRow("add") << "add"
+                             << "Mail||ada| two  words "
+                             << "Mac_PasswordAdded" << QStringList{"Password saved"};
+        QTest::newRow("edit") << "edit"
+                              << "Bank renamed|||  spaced  "
+                              << "" << QStringList();
+        QTest::newRow("delete") << "delete"
+                                << ""
+                                << "" << QStringList{"Password deleted"};
+        QTest::newRow("save, new uuid") << "save new"
+                                        << "Shop|shop.example|ada|pw"
+                                        << "Mac_PasswordAdded" << QStringList{"Password saved"};
+        QTest::newRow("save, existing uuid") << "save existing"
+                                             << "Bank|bank.example|ada|changed"
+                                             << "" << QStringList{"Password saved"};
+    }
+    void flowsReachTheVault()
+    {
+        QFETCH(QString, flow);
+        QFETCH(QString, stored);
+        QFETCH(QString, events);
+        QFETCH(QStringList, huds);
+        const InventoryItem bank = login("Bank", "ada", "bank.example");
+        ListOnScreen list({bank});
+        QVERIFY(QTest::qWaitForWindowExposed(list.screen.get()));
+        QString uuid = bank.uuid();
+        if (flow == "add") {
+            QTest::mouseClick(list.child<QPushButton>("Add password"), Qt::LeftButton);
+            auto *screen = list.presented<AddPasswordViewController>();
+            list.type(screen, "Title", "  Mail ");
+            list.type(screen, "Username", "ada");
+            list.type(screen, "Password", " two  words ");
+            list.click(screen, "Save");
+            QCOMPARE(list.shownTitles(), QStringList({"Bank", "Mail"}));
+            uuid = list.screen->model().item(1).uuid();
+            QTRY_VERIFY(!list.screen->findChild<AddPasswordViewController *>());
+        } else if (flow == "edit") {
+            list.pick(0, "View / Edit");
+            auto *screen = list.presented<EditPasswordViewController>();
+            list.type(screen, "Title", "Bank renamed ");
+            list.type(screen, "Website", "");
+            list.type(screen, "Username", "");
+            list.type(screen, "Password", "  spaced  ");
+            list.click(screen, "Save");
+            QTRY_VERIFY(!list.screen->findChild<EditPasswordViewController *>());
+            QVERIFY(!list.screen->menu());
+        } else if (flow == "delete") {
+            list.pick(0, "Delete");
+            list.click(list.presented<DeletePasswordViewController>(), "Delete");
+            QTRY_VERIFY(!list.screen->findChild<DeletePasswordViewController *>());
+            QVERIFY(!list.screen->menu());
+        } else {
+            InventoryItem captured =
+                flow == "save new" ? login("Shop", "ada", "shop.example") : bank;
+            captured.setPassword(flow == "save new" ? "pw" : "changed");
+            uuid = captured.uuid();
+            list.screen->presentSavePassword(captured);
+            list.click(list.presented<SavePasswordViewController>(), "Save");
+            QTRY_VERIFY(!list.screen->findChild<SavePasswordViewController *>());
+        }
+        QCOMPARE(list.huds(), huds);
+        QCOMPARE(list.events(), events);
+        if (!stored.isEmpty())
+            QVERIFY(list.rowVisible(stored.section('|', 0, 0)));
+
+        TemporaryVault reopened(false, &list.vault);
+        QVERIFY(reopened.unlock());
+        QString found;
+        reopened.locker.runWithInventory([&](Inventory &inventory) {
+            const std::optional<InventoryItem> item = inventory.item(uuid);
+            if (!item || item->deleted())
+                return;
+            found = QStringList{item->title(), item->site().value_or("-"),
+                                item->username().value_or("-"), item->password()}
+                        .join('|');
+        });
+        QCOMPARE(found, stored);
     }
 
     void importsABrowserExport()

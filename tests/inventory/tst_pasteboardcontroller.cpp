@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QImage>
 #include <QMimeData>
 #include <QTest>
 
@@ -13,39 +12,26 @@ class TestPasteboardController : public QObject
     Q_OBJECT
 
 private slots:
-    // What the clipboard held before (nothing, rich text, a picture), then the copied text: only
-    // that text is left, exactly as given, as plain text.
+    // Whatever the clipboard held goes; only the copied text is left, exactly, as plain text.
     void copyLeavesOnlyThePlainText_data()
     {
-        QTest::addColumn<QString>("before");
+        QTest::addColumn<bool>("richBefore");
         QTest::addColumn<QString>("copied");
-        QTest::newRow("empty clipboard") << ""
-                                         << "ada@example.org";
-        QTest::newRow("after rich text") << "html"
-                                         << "  pass word\t";
-        QTest::newRow("after a picture") << "image"
-                                         << "пароль-🔑\nline two";
+        QTest::newRow("empty clipboard") << false << "ada@example.org";
+        QTest::newRow("after rich text") << true << "  pass word\t\nпароль-🔑";
     }
     void copyLeavesOnlyThePlainText()
     {
-        QFETCH(QString, before);
+        QFETCH(bool, richBefore);
         QFETCH(QString, copied);
         QClipboard *clipboard = QGuiApplication::clipboard();
-        clipboard->clear();
         auto *previous = new QMimeData;
-        if (before == "html")
+        if (richBefore) {
             previous->setHtml("<b>old</b>");
-        if (before == "image")
-            previous->setImageData(QImage(4, 4, QImage::Format_RGB32));
-        if (!before.isEmpty()) {
-            previous->setData("application/x-old", "marker");
-            clipboard->setMimeData(previous);
-        } else {
-            delete previous;
+            previous->setData("application/x-marker", "old");
         }
-
+        clipboard->setMimeData(previous);
         PasteboardController(clipboard).copy(copied);
-
         QCOMPARE(clipboard->mimeData()->formats(), QStringList{"text/plain"});
         QCOMPARE(clipboard->text(), copied);
     }

@@ -104,10 +104,6 @@ private slots:
     {
         QTest::addColumn<QString>("executable");
         QTest::addColumn<QString>("line");
-        QTest::newRow("plain") << "/usr/bin/pexi-worker"
-                               << "Exec=\"/usr/bin/pexi-worker\"";
-        QTest::newRow("space and dollar") << "/opt/my apps/pexi$worker"
-                                          << "Exec=\"/opt/my apps/pexi\\\\$worker\"";
         QTest::newRow("quote and backslash") << "/opt/a\"b\\c"
                                              << "Exec=\"/opt/a\\\\\"b\\\\\\\\c\"";
     }

@@ -4,6 +4,7 @@
 #include "support/TemporaryVault.h"
 
 #include "extension/ExtensionServer.h"
+#include "recall/GridPageController.h"
 #include "recall/IncorrectImagesViewController.h"
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallViewController.h"
@@ -81,7 +82,7 @@ struct Screen
     int picks() const
     {
         int count = 0;
-        for (int page = 0; page < RecallViewController::numberOfGrids; ++page)
+        for (int page = 0; page < pexi::GridPageController::numberOfPages; ++page)
             count += int(screen.page(page)->selection().size());
         return count;
     }

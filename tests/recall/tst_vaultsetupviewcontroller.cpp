@@ -1,6 +1,7 @@
 #include "support/DesktopDoubles.h"
 #include "support/TemporaryVault.h"
 
+#include "recall/GridPageController.h"
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallCollectionViewItem.h"
 #include "recall/RecallViewController.h"
@@ -60,7 +61,7 @@ struct Screen
     QList<pexi::ImageGrid> shownGrids() const
     {
         QList<pexi::ImageGrid> grids;
-        for (int page = 0; page < VaultSetupViewController::numberOfGrids; ++page)
+        for (int page = 0; page < pexi::GridPageController::numberOfPages; ++page)
             grids.append(*setup()->page(page)->imageGrid());
         return grids;
     }
@@ -144,7 +145,7 @@ private Q_SLOTS:
             const QList<pexi::ImageGrid> before = s.shownGrids();
             QTest::mouseClick(s.setup()->findChild<QPushButton *>("drawButton"), Qt::LeftButton);
             QSet<QString> shown;
-            for (int page = 0; page < VaultSetupViewController::numberOfGrids; ++page) {
+            for (int page = 0; page < pexi::GridPageController::numberOfPages; ++page) {
                 QVERIFY(s.shownGrids().at(page) != before.at(page));
                 QVERIFY(s.setup()->page(page)->selection().isEmpty());
                 for (const QString &name : s.shownGrids().at(page).pictureNames())

@@ -3,6 +3,7 @@
 #include "capture/CapturePreferences.h"
 #include "capture/EventLogger.h"
 #include "capture/WindowPresenter.h"
+#include "platform/ApplicationLauncher.h"
 #include "platform/BrowserLauncher.h"
 #include "platform/UserNotificationCenter.h"
 
@@ -17,6 +18,13 @@ public:
     bool openUrl(const QUrl &, const QString &) override { return true; }
     bool openWithDefaultHandler(const QUrl &) override { return true; }
     bool isInstalled(const QString &) const override { return false; }
+};
+
+class NullApplicationLauncher : public pexi::ApplicationLauncher
+{
+public:
+    bool isInstalled(const QString &) const override { return false; }
+    bool launch(const QString &, const QString &) override { return false; }
 };
 
 class NullWindow : public pexi::WindowPresenter

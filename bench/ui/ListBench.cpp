@@ -1,0 +1,150 @@
+#include "bench/ui/ListBench.h"
+
+#include "bench/BenchVault.h"
+#include "support/DesktopDoubles.h"
+#include "support/TemporaryPreferences.h"
+
+#include "app/SettingsPopupMenu.h"
+#include "app/SettingsPopupMenuWindow.h"
+#include "core/SyncService.h"
+#include "extension/BrowserController.h"
+#include "inventory/InventoryViewController.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLineEdit>
+#include <QListView>
+#include <QTest>
+
+using namespace pexi;
+
+namespace {
+
+constexpr int runs = 7;
+
+// The list on screen over a bench vault, with the desktop's services stood in for.
+struct ListOnScreen
+{
+    explicit ListOnScreen(BenchVault &bench) : bench(bench)
+    {
+        bench.unlock();
+        screen.resize(340, 440);
+        screen.show();
+        if (!QTest::qWaitForWindowExposed(&screen))
+            qFatal("the list did not show");
+        search = screen.findChild<QLineEdit *>();
+        list = screen.findChild<QListView *>();
+    }
+    ~ListOnScreen() { bench.locker.lock(); }
+
+    // Until the list on screen shows what the model holds.
+    void repainted()
+    {
+        QCoreApplication::processEvents();
+        list->viewport()->repaint();
+    }
+
+    BenchVault &bench;
+    SyncService sync{bench.vault, bench.locker};
+    NullLauncher launcher;
+    BrowserController browser{launcher};
+    NullApplicationLauncher applications;
+    TemporaryPreferences preferencesStore;
+    std::unique_ptr<Preferences> preferences = preferencesStore.preferences();
+    SettingsPopupMenu settings{{bench.locker, browser, launcher, applications, *preferences}};
+    NullEventLogger analytics;
+    InventoryViewController screen{{bench.locker, sync, analytics, settings}};
+    QLineEdit *search = nullptr;
+    QListView *list = nullptr;
+};
+
+// The last key of "account 123", against the core's search for the same text.
+double keystrokeVsSearch(ListOnScreen &shown)
+{
+    QList<double> keystrokes;
+    QList<double> searches;
+    for (int run = 0; run < runs; ++run) {
+        shown.search->setText(QStringLiteral("account 12"));
+        shown.repainted();
+        QElapsedTimer timer;
+        timer.start();
+        QTest::keyClick(shown.search, Qt::Key_3);
+        shown.repainted();
+        keystrokes.append(timer.nsecsElapsed() / 1e6);
+
+        timer.restart();
+        qsizetype found = 0;
+        shown.bench.locker.runWithInventory([&](Inventory &inventory) {
+            found = inventory.search(QStringLiteral("account 123")).size();
+        });
+        searches.append(timer.nsecsElapsed() / 1e6);
+        if (found != shown.screen.model().rowCount())
+            qFatal("the list does not show what the core found");
+    }
+    shown.search->clear();
+    return median(keystrokes) / median(searches);
+}
+
+// From the flow's call until the list on screen shows the change.
+template <class Flow> double untilShown(ListOnScreen &shown, Flow flow)
+{
+    QList<double> times;
+    for (int run = 0; run < runs; ++run) {
+        QElapsedTimer timer;
+        timer.start();
+        flow(run);
+        shown.repainted();
+        times.append(timer.nsecsElapsed() / 1e6);
+    }
+    return median(times);
+}
+
+double residentMiB()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024;
+    }
+    return -1;
+}
+
+} // namespace
+
+void benchList()
+{
+    for (const auto &[count, label] : {std::pair{10000, "10k"}, {100000, "100k"}}) {
+        BenchVault bench(count);
+        ListOnScreen shown(bench);
+        print(qPrintable(QStringLiteral("search_keystroke_%1_vs_core_search").arg(label)),
+              keystrokeVsSearch(shown), "ratio");
+        if (count < 100000)
+            continue;
+        print("rss_list_100k", residentMiB(), "MiB");
+        InventoryViewController &screen = shown.screen;
+        print("refresh_after_save_100k",
+              untilShown(shown,
+                         [&](int run) {
+                             screen.didAddPassword(InventoryItem(
+                                 QStringLiteral("Account new %1").arg(run),
+                                 QStringLiteral("new@mail.example"), QStringLiteral("password")));
+                         }),
+              "ms");
+        print("refresh_after_edit_100k",
+              untilShown(shown,
+                         [&](int run) {
+                             InventoryItem item = screen.model().item(run * 1000);
+                             item.setTitle(QStringLiteral("Renamed %1").arg(run));
+                             screen.didUpdatePassword(item);
+                         }),
+              "ms");
+        print(
+            "refresh_after_delete_100k",
+            untilShown(shown,
+                       [&](int run) { screen.didDeletePassword(screen.model().item(run * 1000)); }),
+            "ms");
+    }
+}
