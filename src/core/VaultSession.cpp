@@ -39,6 +39,12 @@ VaultSession::open(std::unique_ptr<VaultFile> file,
 
 VaultSession::~VaultSession() = default;
 
+void VaultSession::close()
+{
+    m_key.clear();
+    m_file.reset();
+}
+
 VaultSession::SealedRows VaultSession::readRows(VaultFile &file, qint64 afterRevision)
 {
     SealedRows rows;
