@@ -89,11 +89,9 @@ std::optional<InventoryItem> VaultSession::openItem(const VaultFile::SealedItem 
     plain.reserve(row.ciphertext.size() + 64);
     if (!VaultCipher::openInto(m_key, {row.nonce, row.ciphertext}, row.uuid.toUtf8(), plain))
         return std::nullopt;
-    std::optional<InventoryItem> item = InventoryItem::fromJson(plain);
-    sodium_memzero(plain.data(), size_t(plain.size()));
     // The uuid inside must be the row's: a row copied over another is not that item.
-    if (!item || item->uuid() != row.uuid)
-        return std::nullopt;
+    std::optional<InventoryItem> item = InventoryItem::fromJson(plain, row.uuid);
+    sodium_memzero(plain.data(), size_t(plain.size()));
     return item;
 }
 
