@@ -33,7 +33,8 @@ struct BenchVault
         return {names.mid(0, 3), names.mid(3, 3), names.mid(6, 3)};
     }
 
-    explicit BenchVault(int items)
+    // `items` logins over `sites` distinct sites, taken in turn.
+    explicit BenchVault(int items, int sites = 5000)
     {
         vault.create(chosen());
         secret = pexi::GridLibrary::recallSecretForNames(chosen());
@@ -41,9 +42,9 @@ struct BenchVault
         QList<pexi::InventoryItem> batch;
         for (int i = 0; i < items; ++i) {
             const QString n = QString::number(i);
-            batch.append(
-                pexi::InventoryItem("Account " + n, "user" + n + "@mail.example", "password-" + n,
-                                    "https://login.site" + QString::number(i % 5000) + ".com/"));
+            batch.append(pexi::InventoryItem(
+                "Account " + n, "user" + n + "@mail.example", "password-" + n,
+                "https://login.site" + QString::number(i % std::max(sites, 1)) + ".com/"));
         }
         locker.runWithInventory([&](pexi::Inventory &inventory) { inventory.add(batch); });
         locker.lock();

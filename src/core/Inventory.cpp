@@ -147,11 +147,12 @@ void Inventory::setChangeListener(ChangeListener listener)
 
 Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
 {
+    auto entries = std::make_shared<EntryBlock>(size_t(items.size()));
     Batch batch;
-    batch.entries.resize(items.size());
+    batch.entries = entries;
     if (items.size() < bulkBatch) {
         for (qsizetype i = 0; i < items.size(); ++i)
-            batch.entries[i] = std::make_shared<const Entry>(items.at(i), m_collator);
+            (*entries)[size_t(i)].emplace(items.at(i), m_collator);
         return batch;
     }
     // Folding, sort keys and host parsing are most of an unlock's work: spread them over the
@@ -163,9 +164,9 @@ Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
         std::vector<const Entry *> run;
         run.reserve(size_t(end - begin));
         for (qsizetype i = begin; i < end; ++i) {
-            batch.entries[i] = std::make_shared<const Entry>(items.at(i), collator);
-            if (batch.entries[i]->listed())
-                run.push_back(batch.entries[i].get());
+            const Entry &entry = (*entries)[size_t(i)].emplace(items.at(i), collator);
+            if (entry.listed())
+                run.push_back(&entry);
         }
         std::sort(run.begin(), run.end(), listedBefore);
         const QMutexLocker locked(&runsLock);
@@ -176,13 +177,13 @@ Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
 
 void Inventory::put(Batch batch)
 {
-    const QList<EntryPointer> &entries = batch.entries;
+    const EntryBlock &entries = *batch.entries;
     InventoryChange change;
     std::unordered_set<const Entry *> replaced;
     std::vector<const Entry *> listed;
-    const bool bulk = entries.size() >= bulkBatch;
+    const bool bulk = qsizetype(entries.size()) >= bulkBatch;
     const bool told = bool(m_changeListener);
-    m_entries.reserve(m_entries.size() + entries.size());
+    m_entries.reserve(m_entries.size() + qsizetype(entries.size()));
     // Keeps each replaced entry alive until it has left the order.
     QList<EntryPointer> previousEntries;
     // A large batch's sorted runs are merged on another core while the indexes take it in here.
@@ -192,7 +193,8 @@ void Inventory::put(Batch batch)
             listed = mergeSortedRuns(std::move(batch.sortedRuns), listedBefore);
         });
     }
-    for (const EntryPointer &entry : entries) {
+    for (const std::optional<Entry> &slot : entries) {
+        const EntryPointer entry(batch.entries, &*slot);
         const QString &uuid = entry->item.uuid();
         // One hash lookup both finds the entry this one replaces and puts this one in its place.
         EntryPointer previous = std::exchange(m_entries[uuid], entry);

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace pexi {
@@ -73,11 +74,15 @@ public:
 private:
     struct Entry;
     using EntryPointer = std::shared_ptr<const Entry>;
+    // A batch's entries in one allocation, each entry pointing into it and keeping it alive, so
+    // that dropping a large inventory frees memory in the order it was taken rather than in hash
+    // order: several times quicker for 100k items.
+    using EntryBlock = std::vector<std::optional<Entry>>;
 
     // Entries ready to be put; a large batch also comes as sorted runs of its listed entries.
     struct Batch
     {
-        QList<EntryPointer> entries;
+        std::shared_ptr<const EntryBlock> entries;
         std::vector<std::vector<const Entry *>> sortedRuns;
     };
 

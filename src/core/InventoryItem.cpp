@@ -82,6 +82,17 @@ bool readString(simdjson::dom::element value, QString &into)
     return true;
 }
 
+// A string known beforehand, shared rather than decoded again.
+bool readExpectedString(simdjson::dom::element value, const QString &expected, QString &into)
+{
+    std::string_view utf8;
+    if (value.get(utf8) ||
+        !QAnyStringView::equal(QUtf8StringView(utf8.data(), qsizetype(utf8.size())), expected))
+        return false;
+    into = expected;
+    return true;
+}
+
 // Absent or null means "none", which is not the same as an empty string.
 bool readOptionalString(simdjson::dom::element value, std::optional<QString> &into)
 {
@@ -111,6 +122,16 @@ bool readFields(simdjson::dom::element value, InventoryItem::Fields &into)
 
 std::optional<InventoryItem> InventoryItem::fromJson(const QByteArray &utf8)
 {
+    return read(utf8, nullptr);
+}
+
+std::optional<InventoryItem> InventoryItem::fromJson(const QByteArray &utf8, const QString &uuid)
+{
+    return read(utf8, &uuid);
+}
+
+std::optional<InventoryItem> InventoryItem::read(const QByteArray &utf8, const QString *uuid)
+{
     // One parser per thread: items are read on several threads at unlock. Text with room for
     // the parser's padding behind it is read in place, not copied.
     thread_local simdjson::dom::parser parser;
@@ -126,7 +147,7 @@ std::optional<InventoryItem> InventoryItem::fromJson(const QByteArray &utf8)
     for (const auto [key, value] : object) {
         bool ok = true;
         if (key == "uuid")
-            ok = readString(value, data.uuid);
+            ok = uuid ? readExpectedString(value, *uuid, data.uuid) : readString(value, data.uuid);
         else if (key == "title")
             ok = hasTitle = readString(value, data.title);
         else if (key == "password")

@@ -31,6 +31,9 @@ public:
     // Rebuilds an item from its JSON text (UTF-8); nullopt when the text is not JSON or a
     // required key is missing or mistyped.
     static std::optional<InventoryItem> fromJson(const QByteArray &utf8);
+    // The same for the item stored as `uuid`: nullopt also when the text holds another uuid. The
+    // item shares `uuid`'s string rather than a copy of its own.
+    static std::optional<InventoryItem> fromJson(const QByteArray &utf8, const QString &uuid);
     static std::optional<InventoryItem> fromJsonText(const QString &text);
     QJsonObject toJsonObject() const;
     QString toJson() const;
@@ -59,6 +62,7 @@ public:
 
 private:
     explicit InventoryItem(InventoryItemData *data);
+    static std::optional<InventoryItem> read(const QByteArray &utf8, const QString *uuid);
 
     QSharedDataPointer<InventoryItemData> d;
 };

@@ -36,7 +36,10 @@ void Locker::lock()
     m_encryption.forgetKeys();
     if (!m_session)
         return;
-    m_session.reset();
+    m_session->close();
+    // Freeing 100k items takes a tenth of a second of CPU: not the locking thread's to wait for.
+    m_dropping = std::async(std::launch::async,
+                            [session = std::move(m_session)]() mutable { session.reset(); });
     m_center.post(PexiLockedNotification, this);
 }
 

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <future>
 #include <memory>
 
 namespace pexi {
@@ -32,7 +33,8 @@ public:
     ~Locker() override;
 
     LockState lockState() const;
-    // Wipes the key, drops the items and posts PexiLockedNotification. No-op while locked.
+    // Wipes the key, closes the vault file and posts PexiLockedNotification, at once; the items
+    // are dropped on another thread meanwhile. No-op while locked.
     void lock();
     // Opens the vault with the secret handed to Account (and checked by EncryptionService) and
     // posts PexiUnlockedNotification. False when there is no secret or it does not open the vault.
@@ -66,6 +68,9 @@ private:
     EncryptionService &m_encryption;
     NotificationCenter &m_center;
     std::unique_ptr<VaultSession> m_session;
+    // The items of the last session locked, being dropped; waited for by the next lock and on
+    // destruction.
+    std::future<void> m_dropping;
 };
 
 } // namespace pexi

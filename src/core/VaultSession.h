@@ -28,6 +28,10 @@ public:
          const std::function<std::optional<SecureBytes>()> &deriveKey);
     ~VaultSession() override;
 
+    // Wipes the key and closes the file at once. What is left, the decrypted items, may then be
+    // dropped on another thread; nothing else may be called.
+    void close();
+
     Inventory &inventory() { return m_inventory; }
     // The vault this session opened; a re-created vault has another.
     const QString &vaultId() const { return m_file->header().vaultId; }

@@ -59,6 +59,41 @@ private Q_SLOTS:
         QCOMPARE(back->toJson(), item.toJson());
     }
 
+    // A vault row's text is read as the item stored under the row's uuid, and only as that.
+    void readsTheItemOfItsRowOnly_data()
+    {
+        QTest::addColumn<QString>("inside");
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<bool>("read");
+        QTest::newRow("same") << "A1"
+                              << "A1" << true;
+        QTest::newRow("another") << "A1"
+                                 << "B2" << false;
+        QTest::newRow("other case") << "a1"
+                                    << "A1" << false;
+        QTest::newRow("a prefix") << "A1"
+                                  << "A12" << false;
+        QTest::newRow("non-ASCII, same") << QStringLiteral("Ä1") << QStringLiteral("Ä1") << true;
+        QTest::newRow("non-ASCII, read as Latin-1") << QStringLiteral("Ä1")
+                                                    << QString::fromLatin1("\xc3\x84"
+                                                                           "1")
+                                                    << false;
+    }
+
+    void readsTheItemOfItsRowOnly()
+    {
+        QFETCH(QString, inside);
+        QFETCH(QString, row);
+        QFETCH(bool, read);
+        const InventoryItem item(QStringLiteral("t"), {}, QStringLiteral("p"), {}, {}, {}, inside);
+        QByteArray json = item.toJson().toUtf8();
+        json.reserve(json.size() + 64);
+        const auto back = InventoryItem::fromJson(json, row);
+        QCOMPARE(back.has_value(), read);
+        if (read)
+            QVERIFY(*back == item);
+    }
+
     void rejectsMalformedJson_data()
     {
         QTest::addColumn<QString>("json");

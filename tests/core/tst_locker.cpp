@@ -119,7 +119,12 @@ private Q_SLOTS:
 
         QVERIFY(v.unlock());
         QVERIFY(v.unlock()); // already open: no second notification
+        const QString journal = v.vault.filePath() + "-wal";
+        QVERIFY(QFile::exists(journal));
         v.locker.lock();
+        // Only the items are dropped on another thread: the file is closed (and its journal folded
+        // in) before lock() returns.
+        QVERIFY(!QFile::exists(journal));
         v.locker.lock(); // already locked: none either
         bool ran = false;
         QVERIFY(!v.locker.runWithInventory([&](Inventory &) { ran = true; }));
