@@ -4,7 +4,6 @@
 
 #include <QLabel>
 #include <QPushButton>
-#include <QSet>
 #include <QSlider>
 #include <QTest>
 
@@ -91,11 +90,9 @@ private slots:
         int closed = 0;
         screen.didSave = [&](const QString &password) { saved << password; };
         screen.didClose = [&] { ++closed; };
-        QTest::mouseClick(screen.findChild<QPushButton *>("saveButton"), Qt::LeftButton);
-        QTest::mouseClick(screen.findChild<QPushButton *>("saveButton"), Qt::LeftButton);
+        for (const char *button : {"saveButton", "saveButton", "backButton"})
+            QTest::mouseClick(screen.findChild<QPushButton *>(button), Qt::LeftButton);
         QCOMPARE(saved, QStringList(2, screen.password()));
-        QCOMPARE(closed, 0);
-        QTest::mouseClick(screen.findChild<QPushButton *>("backButton"), Qt::LeftButton);
         QCOMPARE(closed, 1);
     }
 

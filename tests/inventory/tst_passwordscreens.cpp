@@ -21,8 +21,6 @@
 
 using namespace pexi;
 
-Q_DECLARE_METATYPE(std::optional<QString>)
-
 namespace {
 
 // Replaces a field's text by keys, as a person would: select all, erase, type.
@@ -47,6 +45,8 @@ QStringList huds(QWidget *screen)
     return texts;
 }
 
+const char *const fields[] = {"titleField", "siteField", "usernameField", "passwordField"};
+
 InventoryItem mail()
 {
     return InventoryItem(QStringLiteral("Mail"), QStringLiteral("ada"), QStringLiteral("pw"));
@@ -61,24 +61,12 @@ class PasswordScreensTest : public QObject
 private slots:
     void initTestCase() { Appearance::instance().apply(); }
 
-    void trimsSpacesAndTabsOnly_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("trimmed");
-        QTest::newRow("spaces") << " a b  "
-                                << "a b";
-        QTest::newRow("tabs") << "\ta\t"
-                              << "a";
-        QTest::newRow("line breaks stay") << " a\n"
-                                          << "a\n";
-        QTest::newRow("blank") << " \t "
-                               << "";
-    }
     void trimsSpacesAndTabsOnly()
     {
-        QFETCH(QString, text);
-        QFETCH(QString, trimmed);
-        QCOMPARE(PasswordEntry::trimmed(text), trimmed);
+        const QList<std::pair<QString, QString>> cases{
+            {" a b  ", "a b"}, {"\ta\t", "a"}, {" a\n", "a\n"}, {" \t ", ""}};
+        for (const auto &[text, trimmed] : cases)
+            QCOMPARE(PasswordEntry::trimmed(text), trimmed);
     }
 
     // Typed into an empty add screen: whether Save shows, and the item it hands over.
@@ -86,7 +74,6 @@ private slots:
     {
         QTest::addColumn<QStringList>("typed");  // title, site, username, password
         QTest::addColumn<QStringList>("stored"); // empty when Save stays hidden
-        QTest::newRow("nothing") << QStringList{"", "", "", ""} << QStringList{};
         QTest::newRow("no password") << QStringList{"Mail", "", "", ""} << QStringList{};
         QTest::newRow("blank title") << QStringList{"   ", "", "", "pw"} << QStringList{};
         QTest::newRow("no title") << QStringList{"", "a.example", "ada", "pw"} << QStringList{};
@@ -105,7 +92,6 @@ private slots:
         screen.didAddPassword = [&](const InventoryItem &item) { added << item; };
         screen.show();
         QVERIFY(QTest::qWaitForWindowExposed(&screen));
-        const char *fields[] = {"titleField", "siteField", "usernameField", "passwordField"};
         for (int i = 0; i < 4; ++i)
             QTest::keyClicks(screen.findChild<QLineEdit *>(fields[i]), typed.at(i));
         auto *save = screen.findChild<QPushButton *>("actionButton");
@@ -140,30 +126,26 @@ private slots:
         QTRY_VERIFY(!screen.findChild<GeneratePasswordViewController *>());
     }
 
-    // Mail / ada / pw, no site, with one field retyped.
+    // Mail / ada / pw, no site, with one field retyped ("field=text").
     void editScreenKnowsWhenEditing_data()
     {
-        QTest::addColumn<QByteArray>("field");
-        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("retyped");
         QTest::addColumn<bool>("editing");
-        QTest::newRow("untouched") << QByteArray() << "" << false;
-        QTest::newRow("same title") << QByteArray("titleField") << "Mail" << false;
-        QTest::newRow("title with spaces") << QByteArray("titleField") << " Mail  " << false;
-        QTest::newRow("other title") << QByteArray("titleField") << "Mails" << true;
-        QTest::newRow("absent site left empty") << QByteArray("siteField") << "" << false;
-        QTest::newRow("site typed") << QByteArray("siteField") << "mail.example" << true;
-        QTest::newRow("username cleared") << QByteArray("usernameField") << "" << true;
-        QTest::newRow("password with a space") << QByteArray("passwordField") << "pw " << true;
+        QTest::newRow("same title") << "titleField=Mail" << false;
+        QTest::newRow("title with spaces") << "titleField= Mail  " << false;
+        QTest::newRow("other title") << "titleField=Mails" << true;
+        QTest::newRow("absent site left empty") << "siteField=" << false;
+        QTest::newRow("site typed") << "siteField=mail.example" << true;
+        QTest::newRow("username cleared") << "usernameField=" << true;
+        QTest::newRow("password with a space") << "passwordField=pw " << true;
     }
     void editScreenKnowsWhenEditing()
     {
-        QFETCH(QByteArray, field);
-        QFETCH(QString, text);
+        QFETCH(QString, retyped);
         QFETCH(bool, editing);
         EditPasswordViewController screen(mail());
         screen.show();
-        if (!field.isEmpty())
-            retype(&screen, field, text);
+        retype(&screen, qPrintable(retyped.section('=', 0, 0)), retyped.section('=', 1));
         QCOMPARE(screen.isEditing(), editing);
         QCOMPARE(screen.findChild<QPushButton *>("actionButton")->isVisible(), editing);
         auto *back = screen.findChild<QPushButton *>("backButton");
@@ -175,6 +157,7 @@ private slots:
         QCOMPARE(closed, 1);
     }
 
+    // Mail, mail.example, ada, pw retyped: a message, or the same item with the new values.
     void editScreenSaves_data()
     {
         QTest::addColumn<QStringList>("typed"); // title, site, username, password
@@ -191,109 +174,72 @@ private slots:
         InventoryItem original = mail();
         original.setSite(QStringLiteral("mail.example"));
         EditPasswordViewController screen(original);
-        QList<InventoryItem> updated;
-        screen.didUpdatePassword = [&](const InventoryItem &item) { updated << item; };
+        QStringList updated;
+        screen.didUpdatePassword = [&](const InventoryItem &item) {
+            QVERIFY(item.uuid() == original.uuid() && item.timestamp() == original.timestamp());
+            updated << item.title() << item.site().value_or("-") << item.username().value_or("-")
+                    << item.password();
+        };
         screen.show();
-        const char *fields[] = {"titleField", "siteField", "usernameField", "passwordField"};
         for (int i = 0; i < 4; ++i)
             retype(&screen, fields[i], typed.at(i));
         click(&screen, "actionButton");
         QCOMPARE(huds(&screen), hud.isEmpty() ? QStringList() : QStringList{hud});
-        if (!hud.isEmpty()) {
-            QVERIFY(updated.isEmpty());
-            return;
-        }
-        QCOMPARE(updated.size(), 1);
-        const InventoryItem &item = updated.first();
-        QCOMPARE(item.title(), "Post");
-        QCOMPARE(item.site(), std::optional<QString>(""));
-        QCOMPARE(item.username(), std::optional<QString>(""));
-        QCOMPARE(item.password(), " pw ");
-        QCOMPARE(item.uuid(), original.uuid());
-        QCOMPARE(item.timestamp(), original.timestamp());
-        QVERIFY(!screen.isEditing());
+        QCOMPARE(updated, hud.isEmpty() ? QStringList({"Post", "", "", " pw "}) : QStringList());
+        QCOMPARE(screen.isEditing(), !hud.isEmpty());
     }
 
     // The eye offers the opposite of what the field does.
-    void eyeToggles_data()
-    {
-        QTest::addColumn<int>("clicks");
-        QTest::addColumn<bool>("revealed");
-        QTest::addColumn<QString>("icon");
-        QTest::newRow("hidden at first") << 0 << false << "iconShow";
-        QTest::newRow("shown") << 1 << true << "iconNoShow";
-        QTest::newRow("hidden again") << 2 << false << "iconShow";
-    }
     void eyeToggles()
     {
-        QFETCH(int, clicks);
-        QFETCH(bool, revealed);
-        QFETCH(QString, icon);
         PasswordDetailViewController form;
         form.show();
-        for (int i = 0; i < clicks; ++i)
+        for (const bool revealed : {false, true, false}) {
+            QCOMPARE(form.isRevealed(), revealed);
+            QCOMPARE(form.findChild<QLineEdit *>("passwordField")->echoMode(),
+                     revealed ? QLineEdit::Normal : QLineEdit::Password);
+            const QIcon icon = form.findChild<QToolButton *>("eyeButton")->icon();
+            QCOMPARE(icon.pixmap(20).toImage(),
+                     tintedIcon(revealed ? "iconNoShow" : "iconShow").pixmap(20).toImage());
             click(&form, "eyeButton");
-        QCOMPARE(form.isRevealed(), revealed);
-        QCOMPARE(form.findChild<QLineEdit *>("passwordField")->echoMode(),
-                 revealed ? QLineEdit::Normal : QLineEdit::Password);
-        const QIcon shown = form.findChild<QToolButton *>("eyeButton")->icon();
-        QCOMPARE(shown.pixmap(20).toImage(), tintedIcon(icon).pixmap(20).toImage());
+        }
     }
 
-    void deleteScreen_data()
-    {
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("plain") << "Mail"
-                               << "Are you sure you want to delete the Mail password?";
-        QTest::newRow("spaces kept") << " My  bank "
-                                     << "Are you sure you want to delete the  My  bank  password?";
-        QTest::newRow("markup as text") << "<b>A&B</b>"
-                                        << "Are you sure you want to delete the <b>A&B</b> "
-                                           "password?";
-    }
+    // The title as given, spaces and markup too.
     void deleteScreen()
     {
-        QFETCH(QString, title);
-        QFETCH(QString, message);
-        DeletePasswordViewController screen(title);
-        int deleted = 0, closed = 0;
-        screen.didDelete = [&] { ++deleted; };
-        screen.didClose = [&] { ++closed; };
-        screen.show();
-        auto *label = screen.findChild<QLabel *>("messageLabel");
-        QCOMPARE(label->text(), message);
-        QCOMPARE(label->textFormat(), Qt::PlainText);
-        click(&screen, "deleteButton");
-        QCOMPARE(std::pair(deleted, closed), std::pair(1, 0));
-        click(&screen, "backButton");
-        QCOMPARE(std::pair(deleted, closed), std::pair(1, 1));
+        for (const QString title : {" My  bank ", "<b>A&B</b>"}) {
+            DeletePasswordViewController screen(title);
+            QStringList done;
+            screen.didDelete = [&] { done << "deleted"; };
+            screen.didClose = [&] { done << "closed"; };
+            screen.show();
+            auto *label = screen.findChild<QLabel *>("messageLabel");
+            QCOMPARE(label->text(), "Are you sure you want to delete the " + title + " password?");
+            QCOMPARE(label->textFormat(), Qt::PlainText);
+            click(&screen, "deleteButton");
+            click(&screen, "backButton");
+            QCOMPARE(done, QStringList({"deleted", "closed"}));
+        }
     }
 
-    void showScreen_data()
-    {
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<std::optional<QString>>("password");
-        QTest::addColumn<QString>("heading");
-        QTest::newRow("titled") << "Mail" << std::optional<QString>(" p w0rd ") << "Mail password";
-        QTest::newRow("untitled") << "" << std::optional<QString>("x") << "Password";
-        QTest::newRow("no password") << "Mail" << std::optional<QString>() << "Mail password";
-    }
     void showScreen()
     {
-        QFETCH(QString, title);
-        QFETCH(std::optional<QString>, password);
-        QFETCH(QString, heading);
-        ShowPasswordViewController screen(title, password);
-        int closed = 0;
-        screen.didClose = [&] { ++closed; };
-        screen.show();
-        QCOMPARE(screen.findChild<QLabel *>("titleLabel")->text(), heading);
-        auto *label = screen.findChild<PasswordLabel *>("passwordLabel");
-        QCOMPARE(label->text(), password.value_or(""));
-        QCOMPARE(QFontInfo(label->font()).family(), "Inconsolata");
-        click(&screen, "backButton");
-        QCOMPARE(closed, 1);
+        const QList<std::tuple<QString, std::optional<QString>, QString>> cases{
+            {"Mail", " p w0rd ", "Mail password"}, {"", "x", "Password"}, {"Mail", {}, ""}};
+        for (const auto &[title, password, heading] : cases) {
+            ShowPasswordViewController screen(title, password);
+            int closed = 0;
+            screen.didClose = [&] { ++closed; };
+            screen.show();
+            if (!heading.isEmpty())
+                QCOMPARE(screen.findChild<QLabel *>("titleLabel")->text(), heading);
+            auto *label = screen.findChild<PasswordLabel *>("passwordLabel");
+            QCOMPARE(label->text(), password.value_or(""));
+            QCOMPARE(QFontInfo(label->font()).family(), "Inconsolata");
+            click(&screen, "backButton");
+            QCOMPARE(closed, 1);
+        }
     }
 };
 

@@ -137,8 +137,8 @@ private Q_SLOTS:
         QTRY_VERIFY(!s.screen.isUnlocking());
         QTRY_COMPARE(s.failure() != nullptr, failure);
         QCOMPARE(s.screen.selectedIndex(), page);
-        QCOMPARE(s.label("selectedNumerator"), numerator);
-        QCOMPARE(s.label("selectedDenominator"), "3");
+        QCOMPARE(s.label("selectedNumerator") + "/" + s.label("selectedDenominator"),
+                 numerator + "/3");
         QCOMPARE(s.picks(), picks);
         QCOMPARE(s.delegate.unlocks, unlocks);
         QCOMPARE(s.v.locker.lockState() == pexi::LockState::unlocked, unlocks > 0);
