@@ -1,7 +1,7 @@
 #pragma once
 
 // What the benchmarks share: a real vault of a given size in a temporary directory, locked and
-// ready to open, and the NAME VALUE UNIT lines they print.
+// ready to open, the NAME VALUE UNIT lines they print, and a process's memory.
 #include "core/Account.h"
 #include "core/EncryptionService.h"
 #include "core/GridLibrary.h"
@@ -10,6 +10,7 @@
 #include "core/PictureLibrary.h"
 #include "core/Vault.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -68,4 +69,17 @@ inline void print(const char *name, double value, const char *unit)
 {
     std::printf("%s %.*f %s\n", name, value < 10 ? 3 : 1, value, unit);
     std::fflush(stdout);
+}
+
+// The resident memory of a process ("self" for this one), from the kernel's status file.
+inline double residentMiB(const QString &process = QStringLiteral("self"))
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(process));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024;
+    }
+    return -1;
 }

@@ -12,6 +12,7 @@
 // the least any local server can do with the same bytes. Both are driven by the same blocking
 // client loop; only what it waits for differs (both lock-state frames, or the echo). Worker and
 // floor are measured in alternating blocks so that a busy machine hurts both alike.
+#include "bench/WorkerProcess.h"
 #include "capture/SavePasswordController.h"
 #include "core/Account.h"
 #include "core/EncryptionService.h"
@@ -460,122 +461,6 @@ QByteArray lockCheck()
         R"({"data":{"command":"pexi_lock_check","session":"bench"},"sender":"chrome","build":"bench"})");
 }
 
-quint16 freePort()
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ::bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address);
-    ::getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length);
-    ::close(fd);
-    return ntohs(address.sin_port);
-}
-
-bool accepts(quint16 port)
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    const bool connected =
-        ::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
-    ::close(fd);
-    return connected;
-}
-
-// The real worker, with its own data, settings and port.
-class WorkerProcess
-{
-public:
-    WorkerProcess(const QString &binary, QProcessEnvironment environment, quint16 port, int cpu)
-        : m_port(port)
-    {
-        environment.insert(QStringLiteral("PEXI_EXTENSION_PORT"), QString::number(port));
-        std::vector<QByteArray> variables;
-        for (const QString &variable : environment.toStringList())
-            variables.push_back(variable.toLocal8Bit());
-        std::vector<char *> envp;
-        for (QByteArray &variable : variables)
-            envp.push_back(variable.data());
-        envp.push_back(nullptr);
-        QByteArray path = binary.toLocal8Bit();
-        char *argv[] = {path.data(), nullptr};
-
-        m_started = Clock::now();
-        m_pid = ::fork();
-        if (m_pid == 0) {
-            if (cpu >= 0)
-                pinThisThread(cpu); // inherited by every thread of the worker
-            const int null = ::open("/dev/null", O_RDWR);
-            ::dup2(null, STDIN_FILENO);
-            ::dup2(null, STDOUT_FILENO);
-            ::dup2(null, STDERR_FILENO);
-            ::execve(argv[0], argv, envp.data());
-            ::_exit(127);
-        }
-        if (m_pid < 0)
-            fail(QStringLiteral("fork failed"));
-    }
-    ~WorkerProcess() { stop(); }
-
-    // Milliseconds from the exec to the first accepted connection.
-    double waitListening()
-    {
-        const auto deadline = m_started + std::chrono::seconds(20);
-        while (Clock::now() < deadline) {
-            if (accepts(m_port))
-                return std::chrono::duration<double, std::milli>(Clock::now() - m_started).count();
-            int status = 0;
-            if (::waitpid(m_pid, &status, WNOHANG) == m_pid) {
-                m_pid = -1;
-                fail(QStringLiteral("pexi-worker exited before listening"));
-            }
-            std::this_thread::sleep_for(std::chrono::microseconds(250));
-        }
-        fail(QStringLiteral("pexi-worker did not listen within 20 s"));
-    }
-
-    double residentMiB() const
-    {
-        QFile status(QStringLiteral("/proc/%1/status").arg(m_pid));
-        if (!status.open(QIODevice::ReadOnly))
-            return 0;
-        for (const QByteArray &line : status.readAll().split('\n')) {
-            if (line.startsWith("VmRSS:"))
-                return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-        }
-        return 0;
-    }
-
-    void stop()
-    {
-        if (m_pid <= 0)
-            return;
-        ::kill(m_pid, SIGTERM);
-        for (int i = 0; i < 500; ++i) {
-            if (::waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
-                m_pid = -1;
-                return;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        ::kill(m_pid, SIGKILL);
-        ::waitpid(m_pid, nullptr, 0);
-        m_pid = -1;
-    }
-
-    quint16 port() const { return m_port; }
-    pid_t pid() const { return m_pid; }
-
-private:
-    quint16 m_port;
-    pid_t m_pid = -1;
-    Clock::time_point m_started;
-};
-
 // The worker's server and handlers over an unlocked vault of `items` logins, on a thread of
 // this process pinned to `cpu`. Every site is shared by ten items, so a search finds ten.
 class InProcessServer
@@ -663,22 +548,6 @@ private:
     std::unique_ptr<ExtensionServer> m_server;
     quint16 m_port = 0;
 };
-
-void makeWorkerVault(const QString &tool, const QProcessEnvironment &environment)
-{
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(tool, {QStringLiteral("pictures")});
-    process.waitForFinished(60000);
-    const QStringList names =
-        QString::fromUtf8(process.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
-    process.start(
-        tool, {QStringLiteral("init"), QStringLiteral("--pictures"), names.mid(0, 9).join(u',')});
-    process.waitForFinished(60000);
-    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        fail(QStringLiteral("pexi-vault init failed: %1")
-                 .arg(QString::fromUtf8(process.readAllStandardError())));
-}
 
 } // namespace
 

@@ -12,7 +12,6 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QLineEdit>
 #include <QListView>
 #include <QTest>
@@ -99,18 +98,6 @@ template <class Flow> double untilShown(ListOnScreen &shown, Flow flow)
         times.append(timer.nsecsElapsed() / 1e6);
     }
     return median(times);
-}
-
-double residentMiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024;
-    }
-    return -1;
 }
 
 } // namespace

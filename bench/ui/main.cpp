@@ -1,10 +1,11 @@
 // The unlock as the user meets it: from the last pick, a real key press on the real recall
 // screen (offscreen), to the screen telling its delegate, as a ratio to the key derivation
 // alone measured in the same run; and the longest the main event loop stood still meanwhile,
-// which the worker-thread unlock keeps short; and the password list (ListBench.h). Prints
-// NAME VALUE UNIT lines.
+// which the worker-thread unlock keeps short; the password list (ListBench.h) and the floating
+// window (WindowBench.h). Prints NAME VALUE UNIT lines.
 #include "bench/BenchVault.h"
 #include "bench/ui/ListBench.h"
+#include "bench/ui/WindowBench.h"
 #include "support/DesktopDoubles.h"
 
 #include "extension/BrowserController.h"
@@ -15,6 +16,7 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QTest>
 #include <QTimer>
 
@@ -132,13 +134,27 @@ int main(int argc, char *argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("PEXI_NO_KEYRING", "1");
     QApplication app(argc, argv);
-    // "list" or "unlock" runs that part alone.
+    // "window", "list" or "unlock" runs that part alone. Without one, each part runs in a process
+    // of its own, so that the memory one reports is not what another left behind.
     const QString only = app.arguments().value(1);
-
-    // The list first, so that its memory is not what the unlocks left behind.
-    if (only.isEmpty() || only == QLatin1String("list"))
+    if (only.isEmpty()) {
+        for (const char *part : {"window", "list", "unlock"}) {
+            QProcess child;
+            child.setProcessChannelMode(QProcess::ForwardedChannels);
+            child.start(QCoreApplication::applicationFilePath(), {QString::fromLatin1(part)});
+            if (!child.waitForFinished(15 * 60 * 1000)) {
+                child.kill();
+                child.waitForFinished();
+                qFatal("bench-ui %s did not finish within 15 minutes", part);
+            }
+        }
+        return 0;
+    }
+    if (only == QLatin1String("window"))
+        benchWindow();
+    if (only == QLatin1String("list"))
         benchList();
-    if (!only.isEmpty() && only != QLatin1String("unlock"))
+    if (only != QLatin1String("unlock"))
         return 0;
 
     double stall = 0;

@@ -1,0 +1,129 @@
+#include "bench/ui/WindowBench.h"
+
+#include "bench/BenchVault.h"
+#include "support/DesktopDoubles.h"
+#include "support/TemporaryPreferences.h"
+
+#include "app/SettingsPopupMenu.h"
+#include "app/Window.h"
+#include "core/SyncService.h"
+#include "extension/BrowserController.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <functional>
+
+using namespace pexi;
+
+namespace {
+
+constexpr int runs = 9;
+
+// Sees every paint in the application: only the window being shown paints meanwhile.
+class PaintWatch : public QObject
+{
+public:
+    PaintWatch() { qApp->installEventFilter(this); }
+    bool painted = false;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            painted = true;
+        return false;
+    }
+};
+
+// Milliseconds from `show` to the end of the event-loop turn that painted what it showed.
+double toFirstPaint(PaintWatch &watch, const std::function<void()> &show)
+{
+    watch.painted = false;
+    QElapsedTimer timer;
+    timer.start();
+    show();
+    while (!watch.painted) {
+        if (timer.elapsed() > 10000)
+            qFatal("nothing painted within 10 s");
+        QCoreApplication::processEvents();
+    }
+    return timer.nsecsElapsed() / 1e6;
+}
+
+// Windows closed or deleted later go now, so that one run does not pay for the last.
+void settle()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
+}
+
+// The floating window over a bench vault, with the desktop's services stood in for.
+struct WindowOnVault
+{
+    explicit WindowOnVault(BenchVault &bench) : bench(bench)
+    {
+        preferences->setShowWelcomeScreen(false);
+    }
+    FloatingWindow *floating() { return window.windowController().window(); }
+
+    BenchVault &bench;
+    GridLibrary grids{bench.vault};
+    NullLauncher launcher;
+    BrowserController browser{launcher};
+    NullApplicationLauncher applications;
+    TemporaryPreferences store;
+    std::unique_ptr<Preferences> preferences = store.preferences();
+    SyncService sync{bench.vault, bench.locker};
+    NullEventLogger analytics;
+    SettingsPopupMenu settingsMenu{{bench.locker, browser, launcher, applications, *preferences}};
+    Window window{{{grids, bench.vault, bench.locker, browser, launcher},
+                   {bench.locker, sync, analytics, settingsMenu, browser},
+                   *preferences}};
+};
+
+double showVsEmptyWindow(WindowOnVault &shown)
+{
+    PaintWatch watch;
+    // Once before timing: the first showing loads fonts, pictures and style for good.
+    toFirstPaint(watch, [&] { shown.window.showAt({400, 40}); });
+    const QSize size = shown.floating()->size();
+    QList<double> windows;
+    QList<double> empties;
+    // Alternating, so that a busy machine slows both alike.
+    for (int run = 0; run < runs; ++run) {
+        settle();
+        windows.append(toFirstPaint(watch, [&] { shown.window.showAt({400, 40}); }));
+        settle();
+        QWidget empty(nullptr, Qt::Tool | Qt::FramelessWindowHint);
+        empty.setAttribute(Qt::WA_TranslucentBackground);
+        empty.resize(size);
+        empties.append(toFirstPaint(watch, [&] { empty.show(); }));
+    }
+    shown.floating()->close();
+    settle();
+    print("window_show_ms", median(windows), "ms");
+    print("empty_window_show_ms", median(empties), "ms");
+    return median(windows) / median(empties);
+}
+
+} // namespace
+
+void benchWindow()
+{
+    BenchVault bench(10000);
+    WindowOnVault shown(bench);
+    print("window_show_vs_empty_window", showVsEmptyWindow(shown), "ratio");
+
+    bench.unlock();
+    settle();
+    print("rss_unlocked_10k_no_window", residentMiB(), "MiB");
+    shown.window.showAt({400, 40});
+    // The list is slid in at once when the vault is open; its rows drawn by the next turns.
+    QTest::qWait(500);
+    print("rss_window_10k", residentMiB(), "MiB");
+    shown.floating()->close();
+    settle();
+    bench.locker.lock();
+}
