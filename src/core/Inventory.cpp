@@ -50,6 +50,26 @@ std::optional<HostnameInfo> parseHost(const std::optional<QString> &site)
     }
 }
 
+// Each distinct site parsed once: a large vault holds many logins on the same sites, and finding
+// a host's registrable domain in the public suffix list is the costliest step of preparing one.
+class SiteHosts
+{
+public:
+    const std::optional<HostnameInfo> &of(const std::optional<QString> &site)
+    {
+        static const std::optional<HostnameInfo> none;
+        if (!site)
+            return none;
+        auto found = m_parsed.constFind(*site);
+        if (found == m_parsed.cend())
+            found = m_parsed.insert(*site, parseHost(site));
+        return *found;
+    }
+
+private:
+    QHash<QString, std::optional<HostnameInfo>> m_parsed;
+};
+
 // The host a login was typed on; sites that are not hosts compare as typed.
 QString typedHost(const QString &site, const std::optional<HostnameInfo> &host)
 {
@@ -105,8 +125,9 @@ struct SearchText
 
 struct Inventory::Entry
 {
-    Entry(const InventoryItem &item, const QCollator &collator)
-        : Entry(item, collator, SearchText(item), parseHost(item.site()))
+    Entry(const InventoryItem &item, const QCollator &collator,
+          const std::optional<HostnameInfo> &host)
+        : Entry(item, collator, SearchText(item), host)
     {
     }
     Entry(const InventoryItem &item, const QCollator &collator, const SearchText &search,
@@ -152,7 +173,7 @@ Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
     batch.entries = entries;
     if (items.size() < bulkBatch) {
         for (qsizetype i = 0; i < items.size(); ++i)
-            (*entries)[size_t(i)].emplace(items.at(i), m_collator);
+            (*entries)[size_t(i)].emplace(items.at(i), m_collator, parseHost(items.at(i).site()));
         return batch;
     }
     // Folding, sort keys and host parsing are most of an unlock's work: spread them over the
@@ -161,10 +182,13 @@ Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
     QMutex runsLock;
     forEachRange(items.size(), bulkBatch, [&](qsizetype begin, qsizetype end) {
         const QCollator collator = listCollator();
+        SiteHosts hosts;
         std::vector<const Entry *> run;
         run.reserve(size_t(end - begin));
         for (qsizetype i = begin; i < end; ++i) {
-            const Entry &entry = (*entries)[size_t(i)].emplace(items.at(i), collator);
+            const InventoryItem &item = items.at(i);
+            const Entry &entry =
+                (*entries)[size_t(i)].emplace(item, collator, hosts.of(item.site()));
             if (entry.listed())
                 run.push_back(&entry);
         }
