@@ -177,20 +177,21 @@ Inventory::Batch Inventory::prepare(const QList<InventoryItem> &items) const
         return batch;
     }
     // Folding, sort keys and host parsing are most of an unlock's work: spread them over the
-    // cores, each range also sorting its own entries so that ordering the batch is one merge.
-    // Each thread has its own collator; one is not meant to be shared between threads.
+    // cores, each thread also sorting the entries it prepared so that ordering the batch is one
+    // merge. Each thread has its own collator; one is not meant to be shared between threads.
     QMutex runsLock;
-    forEachRange(items.size(), bulkBatch, [&](qsizetype begin, qsizetype end) {
+    forEachWorker(items.size(), bulkBatch, [&](ChunkQueue &queue) {
         const QCollator collator = listCollator();
         SiteHosts hosts;
         std::vector<const Entry *> run;
-        run.reserve(size_t(end - begin));
-        for (qsizetype i = begin; i < end; ++i) {
-            const InventoryItem &item = items.at(i);
-            const Entry &entry =
-                (*entries)[size_t(i)].emplace(item, collator, hosts.of(item.site()));
-            if (entry.listed())
-                run.push_back(&entry);
+        for (ChunkQueue::Range range = queue.take(); !range.isEmpty(); range = queue.take()) {
+            for (qsizetype i = range.begin; i < range.end; ++i) {
+                const InventoryItem &item = items.at(i);
+                const Entry &entry =
+                    (*entries)[size_t(i)].emplace(item, collator, hosts.of(item.site()));
+                if (entry.listed())
+                    run.push_back(&entry);
+            }
         }
         std::sort(run.begin(), run.end(), listedBefore);
         const QMutexLocker locked(&runsLock);

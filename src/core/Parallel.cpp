@@ -2,42 +2,33 @@
 
 #include <QThread>
 
-#include <algorithm>
 #include <exception>
 #include <thread>
-#include <vector>
 
 namespace pexi {
 
-namespace {
-
-qsizetype rangeCount(qsizetype count, qsizetype minimumPerRange)
+void forEachWorker(qsizetype count, qsizetype chunk,
+                   const std::function<void(ChunkQueue &queue)> &worker)
 {
-    return std::clamp<qsizetype>(count / std::max<qsizetype>(minimumPerRange, 1), 1,
-                                 QThread::idealThreadCount());
-}
-
-} // namespace
-
-void forEachRange(qsizetype count, qsizetype minimumPerRange,
-                  const std::function<void(qsizetype begin, qsizetype end)> &body)
-{
-    const qsizetype ranges = rangeCount(count, minimumPerRange);
-    if (ranges == 1) {
-        body(0, count);
+    ChunkQueue queue(count, chunk);
+    const qsizetype chunks =
+        (count + std::max<qsizetype>(chunk, 1) - 1) / std::max<qsizetype>(chunk, 1);
+    const qsizetype workers = std::clamp<qsizetype>(chunks, 1, QThread::idealThreadCount());
+    if (workers == 1) {
+        worker(queue);
         return;
     }
-    std::vector<std::exception_ptr> failures(static_cast<size_t>(ranges));
-    const auto run = [&](qsizetype range) {
+    std::vector<std::exception_ptr> failures(static_cast<size_t>(workers));
+    const auto run = [&](qsizetype index) {
         try {
-            body(count * range / ranges, count * (range + 1) / ranges);
+            worker(queue);
         } catch (...) {
-            failures[size_t(range)] = std::current_exception();
+            failures[size_t(index)] = std::current_exception();
         }
     };
     std::vector<std::thread> threads;
-    for (qsizetype range = 1; range < ranges; ++range)
-        threads.emplace_back(run, range);
+    for (qsizetype index = 1; index < workers; ++index)
+        threads.emplace_back(run, index);
     run(0);
     for (std::thread &thread : threads)
         thread.join();
@@ -45,6 +36,15 @@ void forEachRange(qsizetype count, qsizetype minimumPerRange,
         if (failure)
             std::rethrow_exception(failure);
     }
+}
+
+void forEachChunk(qsizetype count, qsizetype chunk,
+                  const std::function<void(qsizetype begin, qsizetype end)> &body)
+{
+    forEachWorker(count, chunk, [&](ChunkQueue &queue) {
+        for (ChunkQueue::Range range = queue.take(); !range.isEmpty(); range = queue.take())
+            body(range.begin, range.end);
+    });
 }
 
 } // namespace pexi

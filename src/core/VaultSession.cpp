@@ -86,7 +86,7 @@ QList<InventoryItem> VaultSession::openRows(const SealedRows &rows)
     const QList<VaultFile::SealedItem> &sealed = rows.items;
     // Decrypting and reading the items is most of an unlock after the key: every core helps.
     std::vector<std::optional<InventoryItem>> opened(size_t(sealed.size()));
-    forEachRange(sealed.size(), 512, [&](qsizetype begin, qsizetype end) {
+    forEachChunk(sealed.size(), 512, [&](qsizetype begin, qsizetype end) {
         for (qsizetype i = begin; i < end; ++i)
             opened[size_t(i)] = openItem(sealed.at(i));
     });

@@ -2,44 +2,55 @@
 
 #include <QTest>
 
-#include <algorithm>
+#include <stdexcept>
 
-class TestParallel : public QObject
+using namespace pexi;
+
+class tst_Parallel : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    // Runs sorted apart (one per core) come back as one sorted sequence, whatever their number.
-    void mergeSortedRuns_data()
+private slots:
+    void everyIndexOnce_data()
     {
-        QTest::addColumn<QList<QList<int>>>("runs");
-        QTest::addColumn<bool>("descending");
-        QTest::newRow("none") << QList<QList<int>>{} << false;
-        QTest::newRow("one") << QList<QList<int>>{{1, 4, 9}} << false;
-        QTest::newRow("two, interleaved") << QList<QList<int>>{{1, 3, 5, 7}, {2, 4, 6}} << false;
-        QTest::newRow("three, with repeats")
-            << QList<QList<int>>{{2, 2, 8}, {1, 2, 9}, {0, 8}} << false;
-        QTest::newRow("five, one empty")
-            << QList<QList<int>>{{5, 6}, {}, {1, 7, 7}, {0, 3}, {2, 4, 9}} << false;
-        QTest::newRow("the given order, not <")
-            << QList<QList<int>>{{9, 5, 1}, {8, 4}, {7, 3, 0}} << true;
+        QTest::addColumn<qsizetype>("count");
+        QTest::addColumn<qsizetype>("chunk");
+        QTest::newRow("nothing") << qsizetype(0) << qsizetype(8);
+        QTest::newRow("less than a chunk") << qsizetype(7) << qsizetype(8);
+        QTest::newRow("one chunk exactly") << qsizetype(8) << qsizetype(8);
+        QTest::newRow("one past a chunk") << qsizetype(9) << qsizetype(8);
+        QTest::newRow("many chunks, a short last one") << qsizetype(10001) << qsizetype(64);
+        QTest::newRow("a chunk of nothing is a chunk of one") << qsizetype(5) << qsizetype(0);
+    }
+    void everyIndexOnce()
+    {
+        QFETCH(qsizetype, count);
+        QFETCH(qsizetype, chunk);
+        std::vector<std::atomic<int>> visits(static_cast<size_t>(count));
+        std::atomic<bool> emptyChunk = false;
+        forEachChunk(count, chunk, [&](qsizetype begin, qsizetype end) {
+            emptyChunk = emptyChunk || begin >= end;
+            for (qsizetype i = begin; i < end; ++i)
+                ++visits[size_t(i)];
+        });
+        QVERIFY(!emptyChunk);
+        for (qsizetype i = 0; i < count; ++i)
+            QCOMPARE(visits[size_t(i)].load(), 1);
     }
 
-    void mergeSortedRuns()
+    void failureRethrownAfterAllFinish()
     {
-        QFETCH(QList<QList<int>>, runs);
-        QFETCH(bool, descending);
-        const auto before = [descending](int a, int b) { return descending ? a > b : a < b; };
-        std::vector<std::vector<int>> input;
-        std::vector<int> expected;
-        for (const QList<int> &run : runs) {
-            input.emplace_back(run.begin(), run.end());
-            expected.insert(expected.end(), run.begin(), run.end());
-        }
-        std::sort(expected.begin(), expected.end(), before);
-        QCOMPARE(pexi::mergeSortedRuns(std::move(input), before), expected);
+        std::atomic<qsizetype> done = 0;
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error,
+                                 forEachChunk(4096, 16, [&](qsizetype begin, qsizetype end) {
+                                     if (begin == 0)
+                                         throw std::runtime_error("the first chunk fails");
+                                     done += end - begin;
+                                 }));
+        // The other threads went on taking chunks; the failing one stopped with its own.
+        QVERIFY(done.load() <= 4096 - 16);
     }
 };
 
-QTEST_GUILESS_MAIN(TestParallel)
+QTEST_GUILESS_MAIN(tst_Parallel)
 #include "tst_parallel.moc"
