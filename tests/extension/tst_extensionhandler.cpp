@@ -167,35 +167,6 @@ private slots:
         m_output.reset();
     }
 
-    void lockCheckIsAnsweredTwiceOnTheAskingSocketOnly_data()
-    {
-        QTest::addColumn<bool>("locked");
-        QTest::addColumn<QJsonValue>("session");
-        QTest::addColumn<QJsonValue>("answered");
-        QTest::newRow("locked") << true << QJsonValue("s1") << QJsonValue("s1");
-        QTest::newRow("without session") << false << QJsonValue() << QJsonValue(QJsonValue::Null);
-        QTest::newRow("numeric session") << false << QJsonValue(5) << QJsonValue(QJsonValue::Null);
-    }
-    void lockCheckIsAnsweredTwiceOnTheAskingSocketOnly()
-    {
-        QFETCH(bool, locked);
-        QFETCH(QJsonValue, session);
-        QFETCH(QJsonValue, answered);
-        ExtensionClient other(m_server->port());
-        QVERIFY(other.waitConnected());
-        lockIf(locked);
-        settle(other);
-        QJsonObject check{{"command", "pexi_lock_check"}};
-        if (!session.isNull())
-            check.insert("session", session);
-        send(*m_client, check);
-        const QJsonObject answer{
-            {"command", "pexi_lock_state"}, {"session", answered}, {"locked", locked}};
-        QCOMPARE(settle(*m_client), (QList<QJsonObject>{answer, answer}));
-        QCOMPARE(settle(other), QList<QJsonObject>());
-        QCOMPARE(logged(), QStringList());
-    }
-
     // Until the first vault is made there is nothing to open: the extensions hear "locked".
     void lockCheckWithoutAVaultAnswersLocked()
     {
@@ -209,8 +180,9 @@ private slots:
         QCOMPARE(settle(client), (QList<QJsonObject>{answer, answer}));
     }
 
-    // Events sent in turn (while locked or not), then what came back, the lines logged and what
-    // the events did: the item saved ("title|username|password|site") or where the window showed.
+    // Events sent in turn (while locked or not), then what came back on their socket only, the
+    // lines logged and what the events did: the item saved ("title|username|password|site") or
+    // where the window showed.
     void eventsAreAnsweredOrLogged_data()
     {
         QTest::addColumn<bool>("locked");
@@ -255,12 +227,28 @@ private slots:
                                {"credential", fields}};
         };
         const auto command = [](const char *name) { return QJsonObject{{"command", name}}; };
+        const auto check = [](const QJsonValue &session) {
+            QJsonObject event{{"command", "pexi_lock_check"}};
+            if (!session.isUndefined())
+                event.insert("session", session);
+            return event;
+        };
+        const auto state = [](const QJsonValue &session, bool locked) {
+            return QJsonObject{
+                {"command", "pexi_lock_state"}, {"session", session}, {"locked", locked}};
+        };
+        const QJsonValue null(QJsonValue::Null);
         const QString suggested = "sent SUGGEST", provided = "sent PROVIDE";
         const QString locked = "got a search event, but inventory was locked";
         const QString missing = "item missing for uuid-based request!";
         const QString saved = "Example|ann|pw|https://login.example.org/in";
         const QString www = "https://www.example.com/login?next=1";
 
+        row("lock check, locked", true, {check("s1")}, {state("s1", true), state("s1", true)});
+        row("lock check, no session", false, {check(QJsonValue::Undefined)},
+            {state(null, false), state(null, false)});
+        row("lock check, numeric session", false, {check(5)},
+            {state(null, false), state(null, false)});
         row("search on a subdomain", false, {search(www)}, {suggest({2, 3, 1})}, {suggested});
         row("nothing saved for the site", false, {search("https://no.test/")}, {suggest({})},
             {suggested});
@@ -300,11 +288,15 @@ private slots:
         QFETCH(QList<QJsonObject>, answers);
         QFETCH(QStringList, log);
         QFETCH(QString, effect);
+        ExtensionClient other(m_server->port());
+        QVERIFY(other.waitConnected());
         lockIf(locked);
+        settle(other);
         m_browsers->recordLogin("hint.example.com", uuid(3));
         for (const QJsonObject &event : events)
             send(*m_client, event);
         QCOMPARE(settle(*m_client), answers);
+        QCOMPARE(settle(other), QList<QJsonObject>());
         QCOMPARE(logged(), log);
         QStringList effects = takeAddedItems();
         if (m_capture->pendingItem())
