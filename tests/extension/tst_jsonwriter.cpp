@@ -1,7 +1,6 @@
 #include "extension/JsonWriter.h"
 
 #include <QProcess>
-#include <QRandomGenerator>
 #include <QTest>
 
 using namespace pexi;
@@ -22,70 +21,13 @@ QString hex(QStringView text)
     return out;
 }
 
-// Controls, ASCII with DEL, anything up to U+FFFF (lone surrogates only when asked for), pairs.
-QString randomText(QRandomGenerator &random, bool loneSurrogates)
-{
-    QString text;
-    for (int i = random.bounded(12); i > 0; --i) {
-        const int kind = random.bounded(6);
-        const char16_t unit = char16_t(kind == 1   ? random.bounded(0x20)
-                                       : kind == 2 ? random.bounded(0x80, 0x10000)
-                                                   : random.bounded(0x20, 0x80));
-        if (kind == 0)
-            text += units({char16_t(random.bounded(0xd800, 0xdc00)),
-                           char16_t(random.bounded(0xdc00, 0xe000))});
-        else if (loneSurrogates || !QChar::isSurrogate(unit))
-            text += QChar(unit);
-    }
-    return text;
-}
-
-// Writes a random value, an array or object at the top, and returns its description.
-QString writeRandom(JsonWriter &json, QRandomGenerator &random, bool loneSurrogates, int depth = 0)
-{
-    const int kind = depth == 0 ? random.bounded(4, 6) : random.bounded(depth < 3 ? 6 : 4);
-    if (kind < 2) {
-        const QString text = randomText(random, loneSurrogates);
-        json.string(text);
-        return "s" + hex(text);
-    }
-    if (kind == 2) {
-        const bool value = random.bounded(2) == 1;
-        json.boolean(value);
-        return value ? "t" : "f";
-    }
-    if (kind == 3) {
-        json.null();
-        return "n";
-    }
-    kind == 4 ? json.beginArray() : json.beginObject();
-    QStringList items;
-    for (int i = random.bounded(5); i > 0; --i) {
-        const QByteArray key = "k" + QByteArray::number(i);
-        if (kind == 5)
-            json.key(QLatin1StringView(key));
-        const QString value = writeRandom(json, random, loneSurrogates, depth + 1);
-        items << (kind == 5 ? hex(QString::fromLatin1(key)) + ':' + value : value);
-    }
-    kind == 4 ? json.endArray() : json.endObject();
-    return kind == 4 ? '[' + items.join(',') + ']' : '{' + items.join(',') + '}';
-}
-
-// The documents described as writeRandom does, by Python's json module: one per line in, one out.
-QStringList describedByPython(const QByteArrayList &documents)
+// The strings of each document's top array as Python's json module reads them, in hex.
+QStringList readByPython(const QByteArrayList &documents)
 {
     const char *script = "import json, sys\n"
-                         "def hex(s): return s.encode('utf-16-be', 'surrogatepass').hex()\n"
-                         "def d(v):\n"
-                         "    if isinstance(v, str): return 's' + hex(v)\n"
-                         "    if isinstance(v, bool): return 't' if v else 'f'\n"
-                         "    if v is None: return 'n'\n"
-                         "    if isinstance(v, list): return '[' + ','.join(map(d, v)) + ']'\n"
-                         "    if isinstance(v, dict):\n"
-                         "        return '{' + ','.join(hex(k) + ':' + d(x) for k, x in v.items()) "
-                         "+ '}'\n"
-                         "    return '?'\n"
-                         "for line in sys.stdin.buffer: print(d(json.loads(line.decode())))\n";
+                         "for line in sys.stdin.buffer:\n"
+                         "    print(' '.join(s.encode('utf-16-be', 'surrogatepass').hex() for s in "
+                         "json.loads(line)))\n";
     QProcess python;
     python.start("python3", {"-c", script});
     python.write(documents.join('\n') + '\n');
@@ -126,33 +68,19 @@ private slots:
         QFETCH(QString, text);
         QFETCH(QString, written);
         // Text starting at every place in a group of four, which is how the writer scans it.
+        QByteArrayList documents;
+        QStringList readBack;
         for (const QString lead : {"", "a", "ab", "abc"}) {
             JsonWriter json(4); // small, so that the string has to grow
             json.beginArray().string(lead + text + "defg").string(text).endArray();
-            QCOMPARE(json.take(), "[\"" + lead + written + "defg\",\"" + written + "\"]");
+            const QString document = json.take();
+            QCOMPARE(document, "[\"" + lead + written + "defg\",\"" + written + "\"]");
+            documents << document.toUtf8();
+            readBack << hex(lead + text + "defg") + ' ' + hex(text);
         }
-    }
-
-    // Random documents read back by an independent reader (Python's, which also takes escaped
-    // surrogates without their other half); rows are reproducible seeds.
-    void roundTrip_data()
-    {
-        QTest::addColumn<quint32>("seed");
-        for (quint32 seed = 1; seed <= 4; ++seed)
-            QTest::addRow("seed %u", seed) << seed;
-    }
-    void roundTrip()
-    {
-        QFETCH(quint32, seed);
-        QRandomGenerator random(seed);
-        QByteArrayList documents;
-        QStringList expected;
-        for (int i = 0; i < 400; ++i) {
-            JsonWriter json(4);
-            expected << writeRandom(json, random, i % 2 == 1);
-            documents << json.take().toUtf8();
-        }
-        QCOMPARE(describedByPython(documents), expected);
+        // An independent reader (which also takes escaped surrogates without their other half)
+        // gets the text back.
+        QCOMPARE(readByPython(documents), readBack);
     }
 };
 
