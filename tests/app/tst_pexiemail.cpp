@@ -28,9 +28,6 @@ private slots:
                                   << "cat%2Cdog"
                                   << "mailto:feedback@pexi.com?subject=Pictures&body=cat%2Cdog"
                                   << true;
-        QTest::newRow("empty subject and body") << A::support << ""
-                                                << ""
-                                                << "mailto:support@pexi.com?subject=&body=" << true;
         QTest::newRow("body not encoded")
             << A::feedback << "Hi"
             << "two words"

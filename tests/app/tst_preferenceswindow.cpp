@@ -22,32 +22,33 @@ class TestPreferencesWindow : public QObject
 
     TemporaryPreferences m_temporary;
     NullLauncher m_launcher;
+    BrowserController m_browsers{m_launcher};
     std::unique_ptr<QSettings> store() const { return m_temporary.store(); }
     std::unique_ptr<Preferences> preferences() const { return m_temporary.preferences(); }
 
 private slots:
     void cleanup() { store()->clear(); }
 
+    // Only a true bool reads as 0, and only an integer zero reads back as true.
     void trueZeroFalseOne_data()
     {
         QTest::addColumn<QVariant>("value");
-        QTest::addColumn<QVariant>("forward");
-        QTest::addColumn<QVariant>("reverse");
-        QTest::newRow("true") << QVariant(true) << QVariant(0) << QVariant(false);
-        QTest::newRow("false") << QVariant(false) << QVariant(1) << QVariant(false);
-        QTest::newRow("nothing") << QVariant() << QVariant(1) << QVariant(false);
-        QTest::newRow("0") << QVariant(0) << QVariant(1) << QVariant(true);
-        QTest::newRow("1") << QVariant(1) << QVariant(1) << QVariant(false);
-        QTest::newRow("\"0\"") << QVariant("0") << QVariant(1) << QVariant(false);
-        QTest::newRow("0.0") << QVariant(0.0) << QVariant(1) << QVariant(false);
+        QTest::addColumn<int>("forward");
+        QTest::addColumn<bool>("reverse");
+        QTest::newRow("true") << QVariant(true) << 0 << false;
+        QTest::newRow("nothing") << QVariant() << 1 << false;
+        QTest::newRow("0") << QVariant(0) << 1 << true;
+        QTest::newRow("1") << QVariant(1) << 1 << false;
+        QTest::newRow("\"0\"") << QVariant("0") << 1 << false;
+        QTest::newRow("0.0") << QVariant(0.0) << 1 << false;
     }
     void trueZeroFalseOne()
     {
         QFETCH(QVariant, value);
-        QFETCH(QVariant, forward);
-        QFETCH(QVariant, reverse);
-        QCOMPARE(Transformers::TrueZeroFalseOne::transformedValue(value), forward);
-        QCOMPARE(Transformers::TrueZeroFalseOne::reverseTransformedValue(value), reverse);
+        QFETCH(int, forward);
+        QFETCH(bool, reverse);
+        QCOMPARE(Transformers::TrueZeroFalseOne::transformedValue(value), QVariant(forward));
+        QCOMPARE(Transformers::TrueZeroFalseOne::reverseTransformedValue(value), QVariant(reverse));
     }
 
     // Choices "auto" / "ask" / "always" / "never", made with the keyboard on the pop-ups as a
@@ -86,8 +87,7 @@ private slots:
                 settings->setValue(pair.section('=', 0, 0), pair.section('=', 1) == "true");
         }
         const auto settings = preferences();
-        BrowserController browsers(m_launcher);
-        PreferencesViewController window(*settings, browsers);
+        PreferencesViewController window(*settings, m_browsers);
         window.show();
         for (const QString &choice : choices.split(' ', Qt::SkipEmptyParts)) {
             const bool first = choice == "auto" || choice == "always";
@@ -106,25 +106,14 @@ private slots:
                  expected);
     }
 
-    void chromeBuild_data()
-    {
-        QTest::addColumn<QString>("build");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("none yet") << ""
-                                  << "Not connected yet";
-        QTest::newRow("reported") << "2.4.1"
-                                  << "Build 2.4.1";
-    }
     void chromeBuild()
     {
-        QFETCH(QString, build);
-        QFETCH(QString, shown);
         const auto settings = preferences();
-        BrowserController browsers(m_launcher);
-        if (!build.isEmpty())
-            browsers.recordMessage(QStringLiteral("chrome"), build);
-        PreferencesViewController window(*settings, browsers);
-        QCOMPARE(window.chromeBuild()->text(), shown);
+        QCOMPARE(PreferencesViewController(*settings, m_browsers).chromeBuild()->text(),
+                 "Not connected yet");
+        m_browsers.recordMessage(QStringLiteral("chrome"), "2.4.1");
+        QCOMPARE(PreferencesViewController(*settings, m_browsers).chromeBuild()->text(),
+                 "Build 2.4.1");
     }
 
     // Clicks on "Start at login" as a person makes them, with the user's configuration in
@@ -148,9 +137,8 @@ private slots:
         qputenv("XDG_CONFIG_HOME", root.filePath(home).toUtf8());
         qputenv("XDG_CONFIG_DIRS", root.filePath("system").toUtf8());
         const auto settings = preferences();
-        BrowserController browsers(m_launcher);
         XdgAutostart autostart("/usr/bin/pexi-worker");
-        PreferencesViewController window(*settings, browsers, autostart);
+        PreferencesViewController window(*settings, m_browsers, autostart);
         window.show();
         QVERIFY(!window.startAtLogin()->isChecked());
         for (int click = 0; click < clicks; ++click)

@@ -12,6 +12,8 @@
 
 using namespace pexi;
 
+namespace {
+
 // The window as the status item sees it: where it was asked to open.
 class RecordingWindow : public WindowPresenter
 {
@@ -21,11 +23,25 @@ public:
     QList<QPointF> shownAt;
 };
 
+// The status item on a vault and settings of its own, the vault open before it starts or not.
+struct StatusItem
+{
+    explicit StatusItem(bool unlocked = false) : unlocked(unlocked && vault.unlock()) {}
+
+    TemporaryVault vault;
+    const bool unlocked;
+    TemporaryPreferences temporary;
+    const std::unique_ptr<Preferences> preferences = temporary.preferences();
+    RecordingWindow window;
+    StatusMenuController controller{
+        {window, vault.locker, vault.center, *preferences, Appearance::instance()}};
+};
+
+} // namespace
+
 class TestStatusMenuController : public QObject
 {
     Q_OBJECT
-
-    TemporaryPreferences m_temporary;
 
 private slots:
     // Starting locked or not, light or dark, then each step ("unlock", "lock", "dark", "light")
@@ -43,36 +59,26 @@ private slots:
             << true << true
             << "iconMenuBarUnlockedDark light iconMenuBarUnlockedLight lock iconMenuBarLockedLight "
                "dark iconMenuBarLockedDark unlock iconMenuBarUnlockedDark";
-        QTest::newRow("locking twice") << true << false
-                                       << "iconMenuBarUnlockedLight lock iconMenuBarLockedLight "
-                                          "lock iconMenuBarLockedLight";
     }
     void iconFollows()
     {
         QFETCH(bool, unlocked);
         QFETCH(bool, dark);
         QFETCH(QString, steps);
-        TemporaryVault vault;
-        if (unlocked)
-            QVERIFY(vault.unlock());
-        Appearance &appearance = Appearance::instance();
-        appearance.setDark(dark);
-        RecordingWindow window;
-        const auto preferences = m_temporary.preferences();
-        StatusMenuController controller(
-            {window, vault.locker, vault.center, *preferences, appearance});
+        Appearance::instance().setDark(dark);
+        StatusItem item(unlocked);
+        QCOMPARE(item.unlocked, unlocked);
         const QStringList words = steps.split(' ');
-        QCOMPARE(controller.statusIconName(), words.first());
+        QCOMPARE(item.controller.statusIconName(), words.first());
         for (int i = 1; i < words.size(); i += 2) {
-            const QString &step = words[i];
-            if (step == "unlock")
-                QVERIFY(vault.unlock());
-            else if (step == "lock")
-                vault.locker.lock();
+            if (words[i] == "unlock")
+                QVERIFY(item.vault.unlock());
+            else if (words[i] == "lock")
+                item.vault.locker.lock();
             else
-                appearance.setDark(step == "dark");
-            QCOMPARE(controller.statusIconName(), words[i + 1]);
-            QVERIFY(!controller.statusItem().icon().isNull());
+                Appearance::instance().setDark(words[i] == "dark");
+            QCOMPARE(item.controller.statusIconName(), words[i + 1]);
+            QVERIFY(!item.controller.statusItem().icon().isNull());
         }
     }
 
@@ -87,14 +93,11 @@ private slots:
     void showStatusBarIcon()
     {
         QFETCH(QList<bool>, settings);
-        TemporaryVault vault;
-        RecordingWindow window;
-        const auto preferences = m_temporary.preferences();
-        StatusMenuController controller(
-            {window, vault.locker, vault.center, *preferences, Appearance::instance()});
+        StatusItem item;
         for (bool show : settings)
-            preferences->setShowStatusBarIcon(show);
-        QCOMPARE(controller.statusItem().isVisible(), settings.value(settings.size() - 1, true));
+            item.preferences->setShowStatusBarIcon(show);
+        QCOMPARE(item.controller.statusItem().isVisible(),
+                 settings.value(settings.size() - 1, true));
     }
 
     // Under the item when the tray says where it is; else the mouse's x on the screen's top.
@@ -124,35 +127,25 @@ private slots:
     {
         QTest::addColumn<QString>("entry");
         QTest::addColumn<int>("windows");
-        QTest::addColumn<bool>("preferences");
-        QTest::newRow("Open Pexi") << "Open Pexi" << 1 << false;
-        QTest::newRow("click on the icon") << "" << 1 << false;
-        QTest::newRow("Preferences…") << "Preferences…" << 0 << true;
+        QTest::newRow("Open Pexi") << "Open Pexi" << 1;
+        QTest::newRow("click on the icon") << "" << 1;
+        QTest::newRow("Preferences…") << "Preferences…" << 0;
     }
     void menu()
     {
         QFETCH(QString, entry);
         QFETCH(int, windows);
-        QFETCH(bool, preferences);
-        TemporaryVault vault;
-        RecordingWindow window;
-        const auto settings = m_temporary.preferences();
-        StatusMenuController controller(
-            {window, vault.locker, vault.center, *settings, Appearance::instance()});
+        StatusItem item;
         QCursor::setPos(321, 123);
-        if (entry.isEmpty()) {
-            emit controller.statusItem().activated(QSystemTrayIcon::Trigger);
-        } else {
-            const QList<QAction *> actions = controller.statusMenu().actions();
-            const auto action = std::find_if(actions.begin(), actions.end(),
-                                             [&](QAction *a) { return a->text() == entry; });
-            QVERIFY(action != actions.end());
-            (*action)->trigger();
-        }
+        if (entry.isEmpty())
+            emit item.controller.statusItem().activated(QSystemTrayIcon::Trigger);
+        for (QAction *action : item.controller.statusMenu().actions())
+            if (action->text() == entry)
+                action->trigger();
         const QPointF expected(321, QGuiApplication::primaryScreen()->geometry().top());
-        QCOMPARE(window.shownAt, QList<QPointF>(windows, expected));
-        QCOMPARE(settings->windowController() != nullptr, preferences);
-        delete settings->windowController();
+        QCOMPARE(item.window.shownAt, QList<QPointF>(windows, expected));
+        QCOMPARE(item.preferences->windowController() != nullptr, windows == 0);
+        delete item.preferences->windowController();
     }
 
     // Only the exact first argument opens the window at launch.
@@ -163,7 +156,6 @@ private slots:
         QTest::newRow("open_window") << QStringList{"pexi-worker", "open_window"} << true;
         QTest::newRow("longer word") << QStringList{"pexi-worker", "open_window2"} << false;
         QTest::newRow("other case") << QStringList{"pexi-worker", "OPEN_WINDOW"} << false;
-        QTest::newRow("empty") << QStringList{"pexi-worker", ""} << false;
         QTest::newRow("second") << QStringList{"pexi-worker", "-x", "open_window"} << false;
     }
     void launchCommand()
@@ -173,21 +165,11 @@ private slots:
         QCOMPARE(Launch::showsWindow(arguments), shows);
     }
 
-    void launchPosition_data()
-    {
-        QTest::addColumn<bool>("screen");
-        QTest::addColumn<QRect>("geometry");
-        QTest::addColumn<QPointF>("position");
-        QTest::newRow("screen") << true << QRect(1920, 200, 1280, 800) << QPointF(2560, 300);
-        QTest::newRow("no screen: the mouse") << false << QRect() << QPointF(33, 44);
-    }
     void launchPosition()
     {
-        QFETCH(bool, screen);
-        QFETCH(QRect, geometry);
-        QFETCH(QPointF, position);
-        QCOMPARE(Launch::position(screen ? std::optional(geometry) : std::nullopt, QPointF(33, 44)),
-                 position);
+        QCOMPARE(Launch::position(QRect(1920, 200, 1280, 800), QPointF(33, 44)),
+                 QPointF(2560, 300));
+        QCOMPARE(Launch::position(std::nullopt, QPointF(33, 44)), QPointF(33, 44));
     }
 };
 

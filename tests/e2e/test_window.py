@@ -14,8 +14,6 @@ import websockets
 
 from test_worker import BIN_DIR, WAIT, Worker, frame, lock_check, run
 
-LETTERS = "ABCDEFGHIJKLMNO"
-
 
 def start_xvfb():
     """An X server on a free display: (process, display)."""
@@ -33,38 +31,20 @@ def start_xvfb():
     return process, ":" + number
 
 
-def wrong_letters(right):
-    """For each grid, three places that are not the user's."""
-    return " ".join("".join([c for c in LETTERS if c not in grid][:3]) for grid in right.split())
-
-
 class FloatingWindowTest(unittest.TestCase):
 
-    @classmethod
-    def setUpClass(cls):
+    def setUp(self):
         if not (shutil.which("Xvfb") and shutil.which("xdotool")):
-            raise unittest.SkipTest("Xvfb and xdotool come with scripts/setup")
-        cls.xvfb, display = start_xvfb()
-        cls.worker = Worker()
-        try:
-            cls.worker.env.update({"QT_QPA_PLATFORM": "xcb", "DISPLAY": display})
-            names = cls.worker.vault_tool("pictures").split()
-            made = cls.worker.vault_tool("init", "--pictures", ",".join(names[:9]))
-            cls.letters = made.split("Unlock with: ")[1].split("\n")[0]
-            env = dict(cls.worker.env, PEXI_RECALL=cls.letters)
-            subprocess.run([os.path.join(BIN_DIR, "pexi-vault"), "add", "--title", "Mail",
-                            "--site", "mail.example.com", "--username", "ada"], env=env,
-                           input="s3cret\n", text=True, capture_output=True, timeout=60, check=True)
-            cls.worker.start()
-        except Exception:
-            cls.tearDownClass()
-            raise
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.worker.cleanup()
-        os.kill(cls.xvfb.pid, signal.SIGTERM)
-        cls.xvfb.wait(timeout=10)
+            self.skipTest("Xvfb and xdotool come with scripts/setup")
+        xvfb, display = start_xvfb()
+        self.addCleanup(lambda: (os.kill(xvfb.pid, signal.SIGTERM), xvfb.wait(timeout=10)))
+        self.worker = Worker()
+        self.addCleanup(self.worker.cleanup)
+        self.worker.env.update({"QT_QPA_PLATFORM": "xcb", "DISPLAY": display})
+        self.letters = self.worker.make_vault()
+        self.worker.vault_tool("add", "--title", "Mail", "--site", "mail.example.com",
+                               "--username", "ada", stdin="s3cret\n", recall=self.letters)
+        self.worker.start()
 
     def xdotool(self, *arguments):
         return subprocess.run(["xdotool", *arguments], env=self.worker.env, capture_output=True,
@@ -83,13 +63,6 @@ class FloatingWindowTest(unittest.TestCase):
     def type(self, letters):
         self.xdotool("type", "--delay", "30", letters.replace(" ", "").lower())
 
-    def lock_state(self):
-        async def ask():
-            async with websockets.connect(self.worker.uri) as ws:
-                await ws.send(lock_check("state"))
-                return json.loads(await asyncio.wait_for(ws.recv(), WAIT))["locked"]
-        return run(ask())
-
     def test_unlock_from_the_window(self):
         second = subprocess.run([os.path.join(BIN_DIR, "pexi-worker"), "open_window"],
                                 env=self.worker.env, capture_output=True, timeout=WAIT)
@@ -99,14 +72,18 @@ class FloatingWindowTest(unittest.TestCase):
         self.xdotool("key", "Return")  # the welcome
 
         since = self.worker.mark()
-        self.type(wrong_letters(self.letters))
-        self.assertIsNotNone(self.worker.wait_for_line(
-            lambda l: l == "unlock failed: the pictures did not open the vault", since),
+        # For each grid, three places that are not the user's.
+        self.type(" ".join("".join([c for c in "ABCDEFGHIJKLMNO" if c not in grid][:3])
+                           for grid in self.letters.split()))
+        self.assertTrue(self.worker.logged(
+            "unlock failed: the pictures did not open the vault", since),
             self.worker.output()[since:])
-        self.assertTrue(self.lock_state())
 
         async def unlock_and_search():
             async with websockets.connect(self.worker.uri) as ws:
+                await ws.send(lock_check("state"))
+                self.assertTrue(json.loads(await asyncio.wait_for(ws.recv(), WAIT))["locked"])
+                await asyncio.wait_for(ws.recv(), WAIT)  # the lock check's second answer
                 self.xdotool("key", "Return")  # Retry
                 self.type(self.letters)
                 pushed = json.loads(await asyncio.wait_for(ws.recv(), 30))
