@@ -13,17 +13,6 @@ using pexi::GeneratePasswordViewController;
 using pexi::PasswordGenerator;
 using Security = pexi::Constants::Security;
 
-namespace {
-
-bool onlyAlphabet(const QString &password)
-{
-    const QString alphabet = QString::fromLatin1(PasswordGenerator::alphabet);
-    return std::all_of(password.begin(), password.end(),
-                       [&](QChar c) { return alphabet.contains(c); });
-}
-
-} // namespace
-
 class GeneratePasswordTest : public QObject
 {
     Q_OBJECT
@@ -69,7 +58,6 @@ private slots:
         QCOMPARE(slider->value(), sliderValue);
         QCOMPARE(screen.password().size(), length);
         QCOMPARE(screen.findChild<QLabel *>("lengthLabel")->text(), QString::number(length));
-        QVERIFY2(onlyAlphabet(screen.password()), qPrintable(screen.password()));
     }
 
     void buttonsReportUpward()
@@ -96,15 +84,16 @@ private slots:
         const QString sample = PasswordGenerator::randomString(int(size * perCharacter));
         std::array<qint64, 128> counts{};
         for (const QChar c : sample)
-            ++counts[c.unicode() & 127];
+            ++counts[qMin(c.unicode(), char16_t(127))]; // DEL, not in the alphabet, for the rest
         double chiSquare = 0;
+        qsizetype inAlphabet = 0;
         for (const char c : PasswordGenerator::alphabet) {
             const double difference = double(counts[uchar(c)]) - perCharacter;
             chiSquare += difference * difference / perCharacter;
+            inAlphabet += counts[uchar(c)];
         }
-        QVERIFY2(onlyAlphabet(sample), "a character outside the alphabet");
+        QCOMPARE(inAlphabet, sample.size());
         QVERIFY2(chiSquare < 140, qPrintable(QString::number(chiSquare)));
-        QCOMPARE(PasswordGenerator::randomString(0), QString());
     }
 };
 
