@@ -34,8 +34,6 @@ private slots:
             {"example", "example.org", "files.example.org"}, false);
         row("trailing dot", "www.example.com.", "www.example.com",
             {"example", "example.com", "www.example.com"}, false);
-        row("punycode", "xn--bcher-kva.de", "xn--bcher-kva.de",
-            {"xn--bcher-kva", "xn--bcher-kva.de"}, false);
         row("unicode upper case", "https://SHOP.BÜCHER.de", "shop.xn--bcher-kva.de",
             {"xn--bcher-kva", "xn--bcher-kva.de", "shop.xn--bcher-kva.de"}, false);
         row("private suffix", "user1.github.io", "user1.github.io", {"user1", "user1.github.io"},
@@ -70,7 +68,6 @@ private slots:
     {
         QTest::addColumn<QString>("input");
 
-        QTest::newRow("empty") << QString();
         QTest::newRow("blank") << " \t ";
         QTest::newRow("scheme only") << "https://";
         QTest::newRow("no host in url") << "file:///etc/passwd";
@@ -79,7 +76,6 @@ private slots:
         QTest::newRow("empty label") << "a..b";
         QTest::newRow("leading dot") << ".example.com";
         QTest::newRow("two trailing dots") << "example.com..";
-        QTest::newRow("dot only") << ".";
         QTest::newRow("wildcard") << "*.example.com";
         QTest::newRow("port out of range") << "example.com:99999";
         QTest::newRow("unclosed bracket") << "[::1";
@@ -121,11 +117,9 @@ private slots:
         row("private suffix subdomain", "www.user1.github.io", "user1.github.io", true, true);
         row("private suffix vs itself", "github.io", "user1.github.io", true, false);
         row("ipv4 neighbours", "192.168.1.1", "192.168.1.2", true, false);
-        row("numeric tail", "999.1.1.1", "998.1.1.1", true, false);
         row("ipv6 spellings", "[::1]:80", "[0:0::1]", true, true);
         row("ipv6 neighbours", "[2001:db8::1]", "2001:db8::2", true, false);
         row("localhost", "localhost:3000", "http://localhost/", true, true);
-        row("localhost vs below it", "localhost", "app.localhost", true, false);
         row("single label vs below it", "intranet", "wiki.intranet", true, false);
         row("subdomain, exact", "accounts.google.com", "google.com", false, false);
         row("same host, exact", "www.google.com", "https://www.google.com/", false, true);

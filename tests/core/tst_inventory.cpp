@@ -40,6 +40,13 @@ class TestInventory : public QObject
         QVERIFY(m_vault->locker.runWithInventory(block));
     }
 
+    QStringList titlesOf(const std::function<QList<InventoryItem>(Inventory &)> &query)
+    {
+        QStringList result;
+        withInventory([&](Inventory &inventory) { result = titles(query(inventory)); });
+        return result;
+    }
+
     void seed(const QList<InventoryItem> &items)
     {
         withInventory([&](Inventory &inventory) {
@@ -94,11 +101,9 @@ private Q_SLOTS:
         QFETCH(QList<InventoryItem>, items);
         QFETCH(QStringList, expected);
         withInventory([&](Inventory &inventory) { inventory.add(items); });
-        withInventory(
-            [&](Inventory &inventory) { QCOMPARE(titles(inventory.itemList()), expected); });
+        QCOMPARE(titlesOf(&Inventory::itemList), expected);
         relock();
-        withInventory(
-            [&](Inventory &inventory) { QCOMPARE(titles(inventory.itemList()), expected); });
+        QCOMPARE(titlesOf(&Inventory::itemList), expected);
     }
 
     void search_data()
@@ -111,7 +116,6 @@ private Q_SLOTS:
         QTest::newRow("site") << "bank.example" << QStringList{"Bank"};
         QTest::newRow("accent-free query finds accents") << "cafe" << QStringList{"Café"};
         QTest::newRow("deleted never found") << "old" << QStringList{};
-        QTest::newRow("no match") << "zzz" << QStringList{};
         QTest::newRow("never across two fields") << "boxann" << QStringList{};
     }
 
@@ -122,8 +126,7 @@ private Q_SLOTS:
         seed({item("Mailbox", "1", "ann@example.com"), item("Gmail", "2", "bob", "mail.google.com"),
               item("Bank", "3", "ann@bank", "https://bank.example/login"), item("Café", "4"),
               InventoryItem("Old account", {}, "p", {}, {}, {}, "5", true)});
-        withInventory(
-            [&](Inventory &inventory) { QCOMPARE(titles(inventory.search(query)), expected); });
+        QCOMPARE(titlesOf([&](Inventory &inventory) { return inventory.search(query); }), expected);
     }
 
     void containsLogin_data()
@@ -299,39 +302,27 @@ private Q_SLOTS:
         QRandomGenerator random(7);
         QStringList uuids;
         const auto randomTitle = [&] { return QString::number(random.bounded(60)) + " item"; };
+        const auto anyUuid = [&] { return uuids.at(random.bounded(int(uuids.size()))); };
         for (int round = 0; round < 60; ++round) {
             withInventory([&](Inventory &inventory) {
-                switch (random.bounded(round % 20 == 0 ? 4 : 3)) {
-                case 0: {
-                    const InventoryItem added(randomTitle(), {}, "p");
-                    uuids.append(added.uuid());
-                    inventory.upsert(added);
-                    break;
-                }
-                case 1:
-                    if (!uuids.isEmpty()) {
-                        InventoryItem renamed =
-                            *inventory.item(uuids.at(random.bounded(int(uuids.size()))));
-                        renamed.setTitle(randomTitle());
-                        inventory.upsert(renamed);
-                    }
-                    break;
-                case 2:
-                    if (!uuids.isEmpty())
-                        inventory.deleteItem(uuids.at(random.bounded(int(uuids.size()))));
-                    break;
-                default: { // a batch large enough to be sorted on every core
-                    QList<InventoryItem> batch;
-                    for (int i = 0; i < 300; ++i)
-                        batch.append(InventoryItem(randomTitle(), {}, "p"));
-                    inventory.add(batch);
-                    break;
-                }
+                const int change = round % 20 == 10 ? 3 : uuids.isEmpty() ? 0 : random.bounded(3);
+                if (change == 1) {
+                    InventoryItem renamed = *inventory.item(anyUuid());
+                    renamed.setTitle(randomTitle());
+                    inventory.upsert(renamed);
+                } else if (change == 2) {
+                    inventory.deleteItem(anyUuid());
+                } else { // one item, or a batch large enough to be sorted on every core
+                    QList<InventoryItem> added;
+                    for (int i = 0; i < (change == 3 ? 300 : 1); ++i)
+                        added.append(InventoryItem(randomTitle(), {}, "p"));
+                    uuids.append(added.first().uuid());
+                    change == 3 ? inventory.add(added) : void(inventory.upsert(added.first()));
                 }
             });
-            QList<InventoryItem> kept;
-            withInventory([&](Inventory &inventory) { kept = inventory.itemList(); });
             if (round % 10 == 9) {
+                QList<InventoryItem> kept;
+                withInventory([&](Inventory &inventory) { kept = inventory.itemList(); });
                 relock();
                 withInventory([&](Inventory &inventory) {
                     QCOMPARE(inventory.itemList(), kept);

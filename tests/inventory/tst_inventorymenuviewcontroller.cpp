@@ -55,19 +55,17 @@ private slots:
         const QStringList all{"Open in browser", "Show password", "Copy password",
                               "Copy username",   "View / Edit",   "Delete"};
         const QStringList neither{all[1], all[2], all[4], all[5]};
-        QTest::newRow("both") << "Example.COM"
-                              << "ada" << all << "https://example.com";
-        QTest::newRow("address kept") << "http://a.test:8080/x?y=1"
-                                      << "ada" << all << "http://a.test:8080/x?y=1";
-        QTest::newRow("neither") << QString() << QString() << neither << "";
-        QTest::newRow("both empty") << ""
-                                    << "" << neither << "";
-        QTest::newRow("site makes no address")
-            << "bad host.com"
-            << "ada" << QStringList{all.mid(1, 3) + neither.mid(2)} << "";
-        QTest::newRow("only a site")
-            << "example.org"
-            << "" << all.mid(0, 3) + neither.mid(2) << "https://example.org";
+        const auto row = [](const char *name, const QString &site, const QString &username,
+                            const QStringList &offered, const char *address) {
+            QTest::newRow(name) << site << username << offered << QString(address);
+        };
+        row("both", "Example.COM", "ada", all, "https://example.com");
+        row("address kept", "http://a.test:8080/x?y=1", "ada", all, "http://a.test:8080/x?y=1");
+        row("neither", QString(), QString(), neither, "");
+        row("both empty", "", "", neither, "");
+        row("site makes no address", "bad host.com", "ada", all.mid(1, 3) + neither.mid(2), "");
+        row("only a site", "example.org", "", all.mid(0, 3) + neither.mid(2),
+            "https://example.org");
     }
     void entries()
     {

@@ -1,6 +1,5 @@
 #include "app/SettingsPopupMenu.h"
 #include "app/SettingsPopupMenuItem.h"
-#include "app/SettingsPopupMenuWindow.h"
 #include "capture/screen/SavePasswordViewController.h"
 #include "core/Inventory.h"
 #include "inventory/AddPasswordViewController.h"
@@ -19,7 +18,6 @@
 #include <QListView>
 #include <QNetworkReply>
 #include <QPushButton>
-#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -325,21 +323,16 @@ private slots:
         QTest::addColumn<QString>("stored"); // title|site|username|password; "-" absent, "" gone
         QTest::addColumn<QString>("events");
         QTest::addColumn<QStringList>("huds");
-        QTest::newRow("add") << "add"
-                             << "Mail||ada| two  words "
-                             << "Mac_PasswordAdded" << QStringList{"Password saved"};
-        QTest::newRow("edit") << "edit"
-                              << "Bank renamed|||  spaced  "
-                              << "" << QStringList();
-        QTest::newRow("delete") << "delete"
-                                << ""
-                                << "" << QStringList{"Password deleted"};
-        QTest::newRow("save, new uuid") << "save new"
-                                        << "Shop|shop.example|ada|pw"
-                                        << "Mac_PasswordAdded" << QStringList{"Password saved"};
-        QTest::newRow("save, existing uuid") << "save existing"
-                                             << "Bank|bank.example|ada|changed"
-                                             << "" << QStringList{"Password saved"};
+        const auto row = [](const char *flow, const char *stored, const char *events,
+                            const char *hud) {
+            QTest::newRow(flow) << QString(flow) << QString(stored) << QString(events)
+                                << (*hud ? QStringList{hud} : QStringList());
+        };
+        row("add", "Mail||ada| two  words ", "Mac_PasswordAdded", "Password saved");
+        row("edit", "Bank renamed|||  spaced  ", "", "");
+        row("delete", "", "", "Password deleted");
+        row("save new", "Shop|shop.example|ada|pw", "Mac_PasswordAdded", "Password saved");
+        row("save existing", "Bank|bank.example|ada|changed", "", "Password saved");
     }
     void flowsReachTheVault()
     {

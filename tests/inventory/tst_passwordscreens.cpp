@@ -76,7 +76,6 @@ private slots:
         QTest::addColumn<QStringList>("stored"); // empty when Save stays hidden
         QTest::newRow("no password") << QStringList{"Mail", "", "", ""} << QStringList{};
         QTest::newRow("blank title") << QStringList{"   ", "", "", "pw"} << QStringList{};
-        QTest::newRow("no title") << QStringList{"", "a.example", "ada", "pw"} << QStringList{};
         QTest::newRow("blank password kept")
             << QStringList{"Bank", "", "", "   "} << QStringList{"Bank", "", "", "   "};
         QTest::newRow("trimmed but the password")
@@ -126,67 +125,55 @@ private slots:
         QTRY_VERIFY(!screen.findChild<GeneratePasswordViewController *>());
     }
 
-    // Mail / ada / pw, no site, with one field retyped ("field=text").
-    void editScreenKnowsWhenEditing_data()
+    // Mail / ada / pw without a site, its fields retyped: whether it is being edited (Save shown,
+    // Back become Cancel), then what Save does: a message, or the same item with the new values.
+    void editScreen_data()
     {
-        QTest::addColumn<QString>("retyped");
+        QTest::addColumn<QStringList>("typed"); // title, site, username, password
         QTest::addColumn<bool>("editing");
-        QTest::newRow("same title") << "titleField=Mail" << false;
-        QTest::newRow("title with spaces") << "titleField= Mail  " << false;
-        QTest::newRow("other title") << "titleField=Mails" << true;
-        QTest::newRow("absent site left empty") << "siteField=" << false;
-        QTest::newRow("site typed") << "siteField=mail.example" << true;
-        QTest::newRow("username cleared") << "usernameField=" << true;
-        QTest::newRow("password with a space") << "passwordField=pw " << true;
+        QTest::addColumn<QString>("saved"); // title|site|username|password, or the message shown
+        const auto row = [](const char *name, const char *typed, bool editing, const char *saved) {
+            QTest::newRow(name) << QString(typed).split('|') << editing << QString(saved);
+        };
+        row("title with spaces, site left empty", " Mail  ||ada|pw", false, "");
+        row("other title", "Mails||ada|pw", true, "Mails||ada|pw");
+        row("site typed", "Mail|mail.example|ada|pw", true, "Mail|mail.example|ada|pw");
+        row("username cleared", "Mail|||pw", true, "Mail|||pw");
+        row("password with a space", "Mail||ada|pw ", true, "Mail||ada|pw ");
+        row("blank title", "  ||ada|pw", true, "Please enter a title");
+        row("no password", "Mail||ada|", true, "Please enter a password");
     }
-    void editScreenKnowsWhenEditing()
+    void editScreen()
     {
-        QFETCH(QString, retyped);
+        QFETCH(QStringList, typed);
         QFETCH(bool, editing);
-        EditPasswordViewController screen(mail());
+        QFETCH(QString, saved);
+        const InventoryItem original = mail();
+        EditPasswordViewController screen(original);
+        QStringList done;
+        screen.didUpdatePassword = [&](const InventoryItem &item) {
+            QVERIFY(item.uuid() == original.uuid() && item.timestamp() == original.timestamp());
+            done << QStringList{item.title(), item.site().value_or("-"),
+                                item.username().value_or("-"), item.password()}
+                        .join('|');
+        };
+        screen.didClose = [&] { done << "closed"; };
         screen.show();
-        retype(&screen, qPrintable(retyped.section('=', 0, 0)), retyped.section('=', 1));
+        for (int i = 0; i < 4; ++i)
+            retype(&screen, fields[i], typed.at(i));
         QCOMPARE(screen.isEditing(), editing);
         QCOMPARE(screen.findChild<QPushButton *>("actionButton")->isVisible(), editing);
         auto *back = screen.findChild<QPushButton *>("backButton");
         QCOMPARE(back->text(), editing ? "Cancel" : "Back");
         QCOMPARE(back->icon().isNull(), editing);
-        int closed = 0;
-        screen.didClose = [&] { ++closed; };
+        if (editing)
+            click(&screen, "actionButton");
+        const bool refused = saved.startsWith("Please");
+        QCOMPARE(huds(&screen), refused ? QStringList{saved} : QStringList());
+        QCOMPARE(screen.isEditing(), refused);
         click(&screen, "backButton");
-        QCOMPARE(closed, 1);
-    }
-
-    // Mail, mail.example, ada, pw retyped: a message, or the same item with the new values.
-    void editScreenSaves_data()
-    {
-        QTest::addColumn<QStringList>("typed"); // title, site, username, password
-        QTest::addColumn<QString>("hud");
-        QTest::newRow("blank title") << QStringList{"  ", "", "", ""} << "Please enter a title";
-        QTest::newRow("no password")
-            << QStringList{"Mail", "", "", ""} << "Please enter a password";
-        QTest::newRow("emptied site and username") << QStringList{" Post ", "", "", " pw "} << "";
-    }
-    void editScreenSaves()
-    {
-        QFETCH(QStringList, typed);
-        QFETCH(QString, hud);
-        InventoryItem original = mail();
-        original.setSite(QStringLiteral("mail.example"));
-        EditPasswordViewController screen(original);
-        QStringList updated;
-        screen.didUpdatePassword = [&](const InventoryItem &item) {
-            QVERIFY(item.uuid() == original.uuid() && item.timestamp() == original.timestamp());
-            updated << item.title() << item.site().value_or("-") << item.username().value_or("-")
-                    << item.password();
-        };
-        screen.show();
-        for (int i = 0; i < 4; ++i)
-            retype(&screen, fields[i], typed.at(i));
-        click(&screen, "actionButton");
-        QCOMPARE(huds(&screen), hud.isEmpty() ? QStringList() : QStringList{hud});
-        QCOMPARE(updated, hud.isEmpty() ? QStringList({"Post", "", "", " pw "}) : QStringList());
-        QCOMPARE(screen.isEditing(), !hud.isEmpty());
+        QCOMPARE(done,
+                 editing && !refused ? QStringList({saved, "closed"}) : QStringList{"closed"});
     }
 
     // The eye offers the opposite of what the field does.

@@ -1,11 +1,10 @@
 #include "platform/LinuxSocketOwners.h"
 
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTest>
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,35 +15,9 @@ namespace {
 
 constexpr uid_t nobody = 65534;
 
-// A listening socket on the loopback of `family`, port chosen by the system.
-int listenOnLoopback(int family, sockaddr_storage &address, socklen_t &length)
-{
-    const int listener = ::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    address = {};
-    if (family == AF_INET) {
-        auto &in = reinterpret_cast<sockaddr_in &>(address);
-        in.sin_family = AF_INET;
-        in.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        length = sizeof in;
-    } else {
-        auto &in6 = reinterpret_cast<sockaddr_in6 &>(address);
-        in6.sin6_family = AF_INET6;
-        in6.sin6_addr = in6addr_loopback;
-        length = sizeof in6;
-    }
-    if (listener < 0 || ::bind(listener, reinterpret_cast<sockaddr *>(&address), length) != 0 ||
-        ::listen(listener, 4) != 0 ||
-        ::getsockname(listener, reinterpret_cast<sockaddr *>(&address), &length) != 0) {
-        if (listener >= 0)
-            ::close(listener);
-        return -1;
-    }
-    return listener;
-}
-
-// Connects to `address` from a child process running as `uid`, which holds the connection
-// until the write end of the pipe `hold` is closed, then exits.
-pid_t connectAs(uid_t uid, const sockaddr_storage &address, socklen_t length, const int hold[2])
+// Connects to the socket listening on `listener` from a child process running as `uid`, which
+// holds the connection until the write end of the pipe `hold` is closed, then exits.
+pid_t connectAs(uid_t uid, int listener, const int hold[2])
 {
     const pid_t child = ::fork();
     if (child != 0)
@@ -52,6 +25,9 @@ pid_t connectAs(uid_t uid, const sockaddr_storage &address, socklen_t length, co
     ::close(hold[1]);
     if ((uid != ::geteuid() && (::setgid(uid) != 0 || ::setuid(uid) != 0)))
         ::_exit(2);
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    ::getsockname(listener, reinterpret_cast<sockaddr *>(&address), &length);
     const int s = ::socket(address.ss_family, SOCK_STREAM, 0);
     if (::connect(s, reinterpret_cast<const sockaddr *>(&address), length) != 0)
         ::_exit(3);
@@ -71,15 +47,14 @@ private slots:
     void theOwnerOfThePeerIsFound_data()
     {
         QTest::addColumn<bool>("procNet");
-        QTest::addColumn<int>("family");
+        QTest::addColumn<bool>("ipv6");
         QTest::addColumn<bool>("otherUser");
         for (const bool procNet : {false, true}) {
-            for (const int family : {AF_INET, AF_INET6}) {
+            for (const bool ipv6 : {false, true}) {
                 for (const bool other : {false, true}) {
-                    const QByteArray name = QByteArray(procNet ? "/proc/net" : "sock_diag") +
-                                            (family == AF_INET ? " IPv4" : " IPv6") +
-                                            (other ? " another user" : " this user");
-                    QTest::newRow(name.constData()) << procNet << family << other;
+                    QTest::addRow("%s %s %s", procNet ? "/proc/net" : "sock_diag",
+                                  ipv6 ? "IPv6" : "IPv4", other ? "another user" : "this user")
+                        << procNet << ipv6 << other;
                 }
             }
         }
@@ -87,30 +62,25 @@ private slots:
     void theOwnerOfThePeerIsFound()
     {
         QFETCH(bool, procNet);
-        QFETCH(int, family);
+        QFETCH(bool, ipv6);
         QFETCH(bool, otherUser);
         if (otherUser && ::geteuid() != 0)
             QSKIP("only root can connect as another user");
-        sockaddr_storage address;
-        socklen_t length = 0;
-        const int listener = listenOnLoopback(family, address, length);
-        if (listener < 0)
+        QTcpServer server;
+        if (!server.listen(ipv6 ? QHostAddress::LocalHostIPv6 : QHostAddress::LocalHost))
             QSKIP("no loopback for this address family");
         int hold[2];
         QVERIFY(::pipe2(hold, O_CLOEXEC) == 0);
         const uid_t uid = otherUser ? nobody : ::geteuid();
-        const pid_t child = connectAs(uid, address, length, hold);
+        const pid_t child = connectAs(uid, int(server.socketDescriptor()), hold);
         ::close(hold[0]);
-        pollfd ready{listener, POLLIN, 0};
-        const bool connected = ::poll(&ready, 1, 5000) == 1;
-        const int accepted = connected ? ::accept(listener, nullptr, nullptr) : -1;
+        const bool connected = server.waitForNewConnection(5000);
+        const int accepted =
+            connected ? int(server.nextPendingConnection()->socketDescriptor()) : -1;
         const std::optional<uid_t> owner = procNet ? LinuxSocketOwners::fromProcNet(accepted)
                                                    : LinuxSocketOwners::fromSockDiag(accepted);
         ::close(hold[1]);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ::close(accepted);
-        ::close(listener);
+        ::waitpid(child, nullptr, 0);
         QVERIFY(connected);
         QCOMPARE(owner, std::optional<uid_t>(uid));
     }
