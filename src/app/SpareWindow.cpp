@@ -58,6 +58,8 @@ SpareWindow::Window SpareWindow::build()
     // out texts), so that showing it only puts those on the screen.
     QImage canvas(window->size(), QImage::Format_ARGB32_Premultiplied);
     window->render(&canvas);
+    // Its native window and backing store too; unmapped, nothing of it shows.
+    window->winId();
     return {window, recall};
 }
 
