@@ -35,7 +35,8 @@ public:
     // The spare when it is current, else a window made now; never shown before either way.
     // The spare's place is empty afterwards.
     Window take();
-    bool hasSpare() const { return !m_spare.isNull(); }
+    // The window waiting to be taken, if one is.
+    FloatingWindow *spare() const { return m_spare; }
 
 private:
     // What a new unlock shows: the making of a vault, or the vault's grids.

@@ -72,6 +72,17 @@ class TestWindow : public QObject
 {
     Q_OBJECT
 
+    // A floating window not shown, other than one that was and was closed.
+    static pexi::FloatingWindow *hiddenFloatingWindow(const QWidget *closed)
+    {
+        for (QWidget *window : QApplication::topLevelWidgets()) {
+            auto *floating = qobject_cast<pexi::FloatingWindow *>(window);
+            if (floating && floating != closed && !floating->isVisible())
+                return floating;
+        }
+        return nullptr;
+    }
+
 private Q_SLOTS:
     void initTestCase() { qputenv("PEXI_NO_KEYRING", "1"); }
 
@@ -171,6 +182,74 @@ private Q_SLOTS:
         o.v.locker.lock();
         QTRY_VERIFY(!o.shown<pexi::InventoryWrapperViewController>());
         QVERIFY(o.floating()->isVisible());
+    }
+
+    // Every showing is a new window with new screens, made ahead while the loop was idle: what
+    // a person picked in one never shows in the next.
+    void eachShowingNew_data()
+    {
+        QTest::addColumn<QString>("event");
+        QTest::newRow("after Escape") << "escape";
+        QTest::newRow("after another application became active") << "inactive";
+        QTest::newRow("shown again while open") << "";
+    }
+    void eachShowingNew()
+    {
+        Opened o(false);
+        o.showAt();
+        const QPointer<pexi::FloatingWindow> first = o.floating();
+        QTest::keyClick(QApplication::focusWidget(), 'a');
+        QCOMPARE(o.recall()->page(0)->selection().size(), 1);
+        QFETCH(QString, event);
+        if (event == u"escape")
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        else if (event == u"inactive")
+            emit qApp->applicationStateChanged(Qt::ApplicationInactive);
+        // The one a click will show: made, never shown.
+        pexi::FloatingWindow *spare = nullptr;
+        QTRY_VERIFY((spare = hiddenFloatingWindow(first)));
+        o.showAt();
+        QCOMPARE(o.floating(), spare);
+        QTRY_VERIFY(!first);
+        QVERIFY(o.recall()->page(0)->selection().isEmpty());
+    }
+
+    // The window is rounded: outside each corner's arc nothing, along each edge the outline,
+    // and the screen within.
+    void corners_data()
+    {
+        QTest::addColumn<QPoint>("at");
+        QTest::addColumn<QString>("seen");
+        const int right = 199, bottom = 119, radius = pexi::FloatingWindow::cornerRadius;
+        for (const QPoint corner :
+             {QPoint(0, 0), QPoint(right, 0), QPoint(0, bottom), QPoint(right, bottom)}) {
+            const QPoint inward(corner.x() ? -1 : 1, corner.y() ? -1 : 1);
+            QTest::addRow("corner %d,%d", corner.x(), corner.y()) << corner << "nothing";
+            QTest::addRow("off the arc %d,%d", corner.x(), corner.y())
+                << corner + inward * 2 << "nothing";
+            QTest::addRow("within the arc %d,%d", corner.x(), corner.y())
+                << corner + inward * radius << "screen";
+        }
+        for (const QPoint edge : {QPoint(100, 0), QPoint(100, bottom), QPoint(0, 60),
+                                  QPoint(right, 60), QPoint(radius + 1, 0), QPoint(0, radius + 1)})
+            QTest::addRow("edge %d,%d", edge.x(), edge.y()) << edge << "outline";
+    }
+    void corners()
+    {
+        auto *screen = new QWidget;
+        screen->setAutoFillBackground(true);
+        QPalette red = screen->palette();
+        red.setColor(QPalette::Window, Qt::red);
+        screen->setPalette(red);
+        screen->resize(200, 120);
+        pexi::FloatingWindow window(screen);
+        const QImage drawn = window.grab().toImage();
+        QFETCH(QPoint, at);
+        QFETCH(QString, seen);
+        const QRgb expected = seen == u"nothing"  ? 0u
+                              : seen == u"screen" ? QColor(Qt::red).rgba()
+                                                  : window.palette().color(QPalette::Mid).rgba();
+        QCOMPARE(drawn.pixel(at), expected);
     }
 
     void hiding_data()

@@ -3,10 +3,12 @@
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallCollectionViewControllerDelegate.h"
 #include "recall/RecallCollectionViewItem.h"
+#include "ui/Appearance.h"
 
 #include <QTest>
 
 using pexi::RecallCollectionViewController;
+using pexi::RecallCollectionViewItem;
 
 namespace {
 
@@ -36,6 +38,48 @@ class TestRecallCollectionViewController : public QObject
 
 private Q_SLOTS:
     void initTestCase() { qputenv("PEXI_NO_KEYRING", "1"); }
+
+    // An item keeps what it drew, but never past a change of what it shows.
+    void itemDrawnAnewOnChange_data()
+    {
+        QTest::addColumn<QString>("what");
+        for (const char *what : {"picture", "letter", "dark mode", "size", "picked"})
+            QTest::newRow(what) << what;
+    }
+    void itemDrawnAnewOnChange()
+    {
+        QFETCH(QString, what);
+        const auto change = [&what](RecallCollectionViewItem &item) {
+            if (what == u"picture")
+                item.setPictureName(QStringLiteral("dog"));
+            else if (what == u"letter")
+                item.setLetter(QStringLiteral("O"));
+            else if (what == u"dark mode")
+                pexi::Appearance::instance().setDark(true);
+            else if (what == u"size")
+                item.resize(100, 90);
+            else
+                item.showSelected();
+        };
+        const auto made = [] {
+            auto item = std::make_unique<RecallCollectionViewItem>();
+            item->setPictureName(QStringLiteral("cat"));
+            item->setLetter(QStringLiteral("A"));
+            item->resize(88, 72);
+            return item;
+        };
+        const auto drawn = [](RecallCollectionViewItem &item) { return item.grab().toImage(); };
+        const std::unique_ptr<RecallCollectionViewItem> shown = made();
+        const QImage before = drawn(*shown);
+        change(*shown);
+        const QImage after = drawn(*shown);
+        const std::unique_ptr<RecallCollectionViewItem> fresh = made();
+        change(*fresh);
+        const QImage expected = drawn(*fresh);
+        QVERIFY(after != before);
+        QCOMPARE(after, expected);
+    }
+    void cleanup() { pexi::Appearance::instance().setDark(false); }
 
     void picks_data()
     {
