@@ -8,6 +8,7 @@
 #include "recall/GridPageController.h"
 #include "recall/RecallCollectionViewController.h"
 
+#include <QApplication>
 #include <QFile>
 #include <QTest>
 
@@ -65,6 +66,11 @@ private Q_SLOTS:
             if (shown)
                 QCOMPARE(*shown, current.at(page));
         }
+        // Shown, the unlock's grid (or the first vault's) takes the letters.
+        taken.window->show();
+        taken.window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(taken.window));
+        QVERIFY(qobject_cast<pexi::RecallCollectionViewController *>(QApplication::focusWidget()));
         delete taken.window;
     }
 };
