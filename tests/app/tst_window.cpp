@@ -219,37 +219,31 @@ private Q_SLOTS:
     void corners_data()
     {
         QTest::addColumn<QPoint>("at");
-        QTest::addColumn<QString>("seen");
-        const int right = 199, bottom = 119, radius = pexi::FloatingWindow::cornerRadius;
+        QTest::addColumn<QRgb>("seen");
+        const QRgb nothing = 0, screen = QColor(Qt::red).rgba();
+        const QRgb outline = QApplication::palette().color(QPalette::Mid).rgba();
         for (const QPoint corner :
-             {QPoint(0, 0), QPoint(right, 0), QPoint(0, bottom), QPoint(right, bottom)}) {
+             {QPoint(0, 0), QPoint(199, 0), QPoint(0, 119), QPoint(199, 119)}) {
             const QPoint inward(corner.x() ? -1 : 1, corner.y() ? -1 : 1);
-            QTest::addRow("corner %d,%d", corner.x(), corner.y()) << corner << "nothing";
-            QTest::addRow("off the arc %d,%d", corner.x(), corner.y())
-                << corner + inward * 2 << "nothing";
-            QTest::addRow("within the arc %d,%d", corner.x(), corner.y())
-                << corner + inward * radius << "screen";
+            QTest::addRow("%d,%d", corner.x(), corner.y()) << corner << nothing;
+            QTest::addRow("%d,%d off the arc", corner.x(), corner.y())
+                << corner + inward * 2 << nothing;
+            QTest::addRow("%d,%d within it", corner.x(), corner.y())
+                << corner + inward * 10 << screen;
         }
-        for (const QPoint edge : {QPoint(100, 0), QPoint(100, bottom), QPoint(0, 60),
-                                  QPoint(right, 60), QPoint(radius + 1, 0), QPoint(0, radius + 1)})
-            QTest::addRow("edge %d,%d", edge.x(), edge.y()) << edge << "outline";
+        for (const QPoint edge : {QPoint(100, 0), QPoint(11, 119), QPoint(0, 11), QPoint(199, 60)})
+            QTest::addRow("edge %d,%d", edge.x(), edge.y()) << edge << outline;
     }
     void corners()
     {
         auto *screen = new QWidget;
+        screen->setStyleSheet(QStringLiteral("background: red"));
         screen->setAutoFillBackground(true);
-        QPalette red = screen->palette();
-        red.setColor(QPalette::Window, Qt::red);
-        screen->setPalette(red);
         screen->resize(200, 120);
         pexi::FloatingWindow window(screen);
-        const QImage drawn = window.grab().toImage();
         QFETCH(QPoint, at);
-        QFETCH(QString, seen);
-        const QRgb expected = seen == u"nothing"  ? 0u
-                              : seen == u"screen" ? QColor(Qt::red).rgba()
-                                                  : window.palette().color(QPalette::Mid).rgba();
-        QCOMPARE(drawn.pixel(at), expected);
+        QFETCH(QRgb, seen);
+        QCOMPARE(window.grab().toImage().pixel(at), seen);
     }
 
     void hiding_data()
