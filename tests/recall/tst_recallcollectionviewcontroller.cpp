@@ -61,23 +61,18 @@ private Q_SLOTS:
             else
                 item.showSelected();
         };
-        const auto made = [] {
-            auto item = std::make_unique<RecallCollectionViewItem>();
+        RecallCollectionViewItem shown, fresh;
+        for (RecallCollectionViewItem *item : {&shown, &fresh}) {
             item->setPictureName(QStringLiteral("cat"));
             item->setLetter(QStringLiteral("A"));
             item->resize(88, 72);
-            return item;
-        };
-        const auto drawn = [](RecallCollectionViewItem &item) { return item.grab().toImage(); };
-        const std::unique_ptr<RecallCollectionViewItem> shown = made();
-        const QImage before = drawn(*shown);
-        change(*shown);
-        const QImage after = drawn(*shown);
-        const std::unique_ptr<RecallCollectionViewItem> fresh = made();
-        change(*fresh);
-        const QImage expected = drawn(*fresh);
+        }
+        const QImage before = shown.grab().toImage();
+        change(shown);
+        change(fresh);
+        const QImage after = shown.grab().toImage();
         QVERIFY(after != before);
-        QCOMPARE(after, expected);
+        QCOMPARE(after, fresh.grab().toImage());
     }
     void cleanup() { pexi::Appearance::instance().setDark(false); }
 

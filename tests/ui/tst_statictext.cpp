@@ -16,17 +16,6 @@ QWidget *made(bool label)
     return widget;
 }
 
-// The rectangle of the pixels unlike the top-left one.
-QRect ink(const QImage &image)
-{
-    QRect drawn;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            if (image.pixel(x, y) != image.pixel(0, 0))
-                drawn |= QRect(x, y, 1, 1);
-    return drawn;
-}
-
 } // namespace
 
 class TestStaticText : public QObject
@@ -62,33 +51,6 @@ private Q_SLOTS:
         const QImage after = shown->grab().toImage();
         QVERIFY(after != before);
         QCOMPARE(after, fresh->grab().toImage());
-    }
-
-    // The text sits where QLabel puts it, to the pixel.
-    void placedAsQLabel_data()
-    {
-        QTest::addColumn<int>("alignment");
-        QTest::newRow("left") << int(Qt::AlignLeft | Qt::AlignVCenter);
-        QTest::newRow("right") << int(Qt::AlignRight | Qt::AlignVCenter);
-        QTest::newRow("centre, top") << int(Qt::AlignHCenter | Qt::AlignTop);
-        QTest::newRow("bottom") << int(Qt::AlignLeft | Qt::AlignBottom);
-    }
-    void placedAsQLabel()
-    {
-        QFETCH(int, alignment);
-        pexi::StaticTextLabel mine;
-        QLabel theirs;
-        QRect drawn[2];
-        for (QLabel *label : {static_cast<QLabel *>(&mine), &theirs}) {
-            label->setText(QStringLiteral("Pick your pictures"));
-            label->setAlignment(Qt::Alignment(alignment));
-            label->resize(240, 48);
-            drawn[label == &theirs] = ink(label->grab().toImage());
-        }
-        // Each within a pixel of the other.
-        QVERIFY(!drawn[1].isEmpty());
-        QVERIFY(drawn[0].adjusted(-1, -1, 1, 1).contains(drawn[1]));
-        QVERIFY(drawn[1].adjusted(-1, -1, 1, 1).contains(drawn[0]));
     }
 };
 
