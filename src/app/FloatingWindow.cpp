@@ -1,50 +1,16 @@
 #include "app/FloatingWindow.h"
 
+#include "app/RoundedCorners.h"
+
 #include <QGuiApplication>
-#include <QPainter>
-#include <QPainterPath>
 #include <QShortcut>
 #include <QVBoxLayout>
 
 namespace pexi {
 
-namespace {
-
-// Laid over everything in the window: clears what the screens painted outside the rounded
-// outline and draws the outline. Screens fill their rectangles, so the rounding cannot be left
-// to the window's own background.
-class RoundedCorners : public QWidget
-{
-public:
-    explicit RoundedCorners(QWidget *window) : QWidget(window)
-    {
-        setAttribute(Qt::WA_TransparentForMouseEvents);
-        setFocusPolicy(Qt::NoFocus);
-    }
-
-protected:
-    void paintEvent(QPaintEvent *) override
-    {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        const QRectF outline = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-        QPainterPath rounded;
-        rounded.addRoundedRect(outline, FloatingWindow::cornerRadius, FloatingWindow::cornerRadius);
-        QPainterPath outside;
-        outside.addRect(rect());
-        painter.setCompositionMode(QPainter::CompositionMode_Clear);
-        painter.fillPath(outside.subtracted(rounded), Qt::transparent);
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        painter.setPen(QPen(palette().color(QPalette::Mid), 1));
-        painter.drawPath(rounded);
-    }
-};
-
-} // namespace
-
 FloatingWindow::FloatingWindow(QWidget *contentViewController)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint), m_content(contentViewController),
-      m_corners(new RoundedCorners(this))
+      m_corners(new RoundedCorners(cornerRadius, this))
 {
     // Window managers, accessibility and test tools find it by this name; it is never shown.
     setWindowTitle(QStringLiteral("Pexi"));
@@ -62,7 +28,8 @@ FloatingWindow::FloatingWindow(QWidget *contentViewController)
     // Another application became active: the window has done its job.
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) {
-                if (state != Qt::ApplicationActive)
+                // A window made ahead and not shown yet has nothing to close.
+                if (state != Qt::ApplicationActive && isVisible())
                     close();
             });
 }

@@ -34,7 +34,11 @@ FloatingWindowController::~FloatingWindowController()
 void FloatingWindowController::show(QWidget *contentViewController, QPointF anchor,
                                     bool keepPosition)
 {
-    auto *window = new FloatingWindow(contentViewController);
+    show(new FloatingWindow(contentViewController), anchor, keepPosition);
+}
+
+void FloatingWindowController::show(FloatingWindow *window, QPointF anchor, bool keepPosition)
+{
     QScreen *screen = QGuiApplication::screenAt(anchor.toPoint());
     if (!screen)
         screen = QGuiApplication::primaryScreen();

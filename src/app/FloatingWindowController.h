@@ -31,6 +31,8 @@ public:
 
     // `keepPosition` leaves the window where the window system puts it.
     void show(QWidget *contentViewController, QPointF anchor, bool keepPosition = false);
+    // The same for a window made earlier and never shown.
+    void show(FloatingWindow *window, QPointF anchor, bool keepPosition = false);
     FloatingWindow *window() const { return m_window; }
 
 private:

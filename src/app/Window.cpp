@@ -11,8 +11,10 @@
 
 namespace pexi {
 
-Window::Window(WindowServices services) : m_services(std::move(services))
+Window::Window(WindowServices services)
+    : m_services(std::move(services)), m_spare(m_services.recall)
 {
+    m_spare.prepareWhenIdle();
 }
 
 void Window::showAt(QPointF point)
@@ -32,8 +34,9 @@ void Window::show(QPointF point, const InventoryItem *item)
                 .arg(point.x())
                 .arg(point.y())
                 .arg(item ? QStringLiteral(" for an item") : QString()));
-    auto *wrapper = new RecallWrapperViewController(m_services.recall);
-    m_windowController.show(wrapper, point);
+    const auto [window, wrapper] = m_spare.take();
+    QObject::connect(window, &QObject::destroyed, &m_spare, &SpareWindow::prepareWhenIdle);
+    m_windowController.show(window, point);
     RecallViewController *recall = wrapper->mainViewController();
     recall->setDelegate(this);
 

@@ -2,6 +2,7 @@
 
 #include "app/FloatingWindowController.h"
 #include "app/Preferences.h"
+#include "app/SpareWindow.h"
 #include "capture/WindowPresenter.h"
 #include "core/NotificationCenter.h"
 #include "inventory/InventoryViewController.h"
@@ -24,7 +25,8 @@ struct WindowServices
 
 // Opens the floating window: the unlock, with the welcome over it until the user has read it
 // once, or the password list over the unlock while the vault is open. Slides the list in after
-// each unlock made in it.
+// each unlock made in it. The next showing's window and unlock are made ahead, once after launch
+// and after each window goes, while nothing else is happening.
 class Window : public WindowPresenter, public RecallViewControllerDelegate
 {
 public:
@@ -45,6 +47,7 @@ private:
 
     WindowServices m_services;
     FloatingWindowController m_windowController;
+    SpareWindow m_spare;
 };
 
 } // namespace pexi

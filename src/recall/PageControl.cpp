@@ -1,10 +1,10 @@
 #include "recall/PageControl.h"
 
 #include "recall/PageControlDelegate.h"
+#include "recall/PageIndicator.h"
 
 #include <QHBoxLayout>
 #include <QIcon>
-#include <QToolButton>
 
 namespace pexi {
 
@@ -20,16 +20,11 @@ void PageControl::setNumberOfPages(int count)
     m_indicators.clear();
     m_currentPage.reset();
     for (int page = 0; page < count; ++page) {
-        auto *indicator = new QToolButton(this);
-        indicator->setCheckable(true);
-        indicator->setAutoRaise(true);
-        // Not bordered: the dot alone shows whether its page is on.
-        indicator->setStyleSheet(QStringLiteral("QToolButton { border: none; background: none; }"));
-        indicator->setToolButtonStyle(Qt::ToolButtonIconOnly);
+        auto *indicator = new PageIndicator(this);
         // The grids keep the keyboard; the arrow keys page through them.
         indicator->setFocusPolicy(Qt::NoFocus);
         indicator->setAccessibleName(QStringLiteral("Page %1").arg(page + 1));
-        connect(indicator, &QToolButton::clicked, this,
+        connect(indicator, &QAbstractButton::clicked, this,
                 [this, indicator] { buttonClicked(indicator); });
         m_layout->addWidget(indicator);
         m_indicators.append(indicator);

@@ -31,7 +31,7 @@ RecallCollectionViewItem::RecallCollectionViewItem(QWidget *parent) : QAbstractB
 void RecallCollectionViewItem::setPictureName(const QString &name)
 {
     m_pictureName = name;
-    m_picture = {};
+    m_face = {};
     describe();
     update();
 }
@@ -39,6 +39,7 @@ void RecallCollectionViewItem::setPictureName(const QString &name)
 void RecallCollectionViewItem::setLetter(const QString &letter)
 {
     m_letter = letter;
+    m_face = {};
     describe();
     update();
 }
@@ -70,44 +71,60 @@ QSize RecallCollectionViewItem::sizeHint() const
     return {88, 72};
 }
 
-const QImage &RecallCollectionViewItem::picture(int side)
+const QPixmap &RecallCollectionViewItem::face()
 {
-    const int pixels = qRound(side * devicePixelRatioF());
-    if (!m_pictureName.isEmpty() && m_picture.width() != pixels) {
-        m_picture = PictureLibrary::render(m_pictureName, pixels);
-        m_picture.setDevicePixelRatio(devicePixelRatioF());
+    const qreal ratio = devicePixelRatioF();
+    const Appearance &appearance = Appearance::instance();
+    const QRgb surface = appearance.color(Appearance::Color::Surface).rgba();
+    const QRgb text = appearance.color(Appearance::Color::SecondaryText).rgba();
+    if (m_face.deviceIndependentSize() == QSizeF(size()) && m_face.devicePixelRatio() == ratio &&
+        m_faceSurface == surface && m_faceText == text)
+        return m_face;
+    m_face = {};
+    if (size().isEmpty())
+        return m_face;
+    m_faceSurface = surface;
+    m_faceText = text;
+    m_face = QPixmap(size() * ratio);
+    m_face.setDevicePixelRatio(ratio);
+    m_face.fill(Qt::transparent);
+
+    QPainter painter(&m_face);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF box = QRectF(rect()).adjusted(1.5, 1.5, -1.5, -1.5);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromRgba(surface));
+    painter.drawRoundedRect(box, boxRadius, boxRadius);
+
+    const int side = std::min(width(), height()) - 2 * pictureMargin;
+    if (side > 0 && !m_pictureName.isEmpty()) {
+        QImage picture = PictureLibrary::render(m_pictureName, qRound(side * ratio));
+        picture.setDevicePixelRatio(ratio);
+        if (!picture.isNull())
+            painter.drawImage(
+                QRectF(QPointF(rect().center()) - QPointF(side, side) / 2.0, QSizeF(side, side)),
+                picture);
     }
-    return m_picture;
+
+    painter.setFont(Appearance::mediumFont(11));
+    painter.setPen(QColor::fromRgba(text));
+    painter.drawText(box.adjusted(6, 3, -6, -3), Qt::AlignLeft | Qt::AlignTop, m_letter);
+    return m_face;
 }
 
 void RecallCollectionViewItem::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
+    painter.drawPixmap(0, 0, face());
+    if (m_borderAlpha == 0)
+        return;
     painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF box = QRectF(rect()).adjusted(1.5, 1.5, -1.5, -1.5);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Appearance::instance().color(Appearance::Color::Surface));
-    painter.drawRoundedRect(box, boxRadius, boxRadius);
-
-    const int side = std::min(width(), height()) - 2 * pictureMargin;
-    if (side > 0) {
-        const QImage &image = picture(side);
-        if (!image.isNull())
-            painter.drawImage(
-                QRectF(QPointF(rect().center()) - QPointF(side, side) / 2.0, QSizeF(side, side)),
-                image);
-    }
-
-    painter.setFont(Appearance::mediumFont(11));
-    painter.setPen(Appearance::instance().color(Appearance::Color::SecondaryText));
-    painter.drawText(box.adjusted(6, 3, -6, -3), Qt::AlignLeft | Qt::AlignTop, m_letter);
-
     QColor border = Appearance::instance().color(Appearance::Color::Accent);
     border.setAlphaF(m_borderAlpha);
-    painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(border, m_borderWidth));
-    const qreal inset = m_borderWidth / 2.0;
-    painter.drawRoundedRect(box.adjusted(inset, inset, -inset, -inset), boxRadius, boxRadius);
+    const qreal inset = 1.5 + m_borderWidth / 2.0;
+    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), boxRadius,
+                            boxRadius);
 }
 
 } // namespace pexi

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QAbstractButton>
-#include <QImage>
+#include <QPixmap>
 
 namespace pexi {
 
@@ -33,12 +33,17 @@ protected:
 
 private:
     void describe();
-    // The picture at the size it is drawn, in device pixels, so that it stays crisp.
-    const QImage &picture(int side);
+    // The item unpicked (its box, picture and letter) at its size in device pixels, so that it
+    // stays crisp: drawn once, and again only when its size, picture, letter or colours change.
+    // A window shows fifteen at once, and drawing each anew took most of showing the unlock.
+    const QPixmap &face();
 
     QString m_pictureName;
     QString m_letter;
-    QImage m_picture;
+    QPixmap m_face;
+    // The colours `m_face` was drawn in.
+    QRgb m_faceSurface = 0;
+    QRgb m_faceText = 0;
     qreal m_borderAlpha = 0;
     int m_borderWidth = 1;
 };

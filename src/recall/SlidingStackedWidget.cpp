@@ -52,4 +52,11 @@ void SlidingStackedWidget::slideToIndex(int index)
     group->start(QAbstractAnimation::DeleteWhenStopped);
 }
 
+void SlidingStackedWidget::paintEvent(QPaintEvent *event)
+{
+    // Without a frame there is nothing to draw, but the style would still be asked to draw none.
+    if (frameShape() != QFrame::NoFrame)
+        QStackedWidget::paintEvent(event);
+}
+
 } // namespace pexi

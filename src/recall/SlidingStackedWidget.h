@@ -19,6 +19,9 @@ public:
 
     void slideToIndex(int index);
 
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
 private:
     QPointer<QAbstractAnimation> m_slide;
 };

@@ -13,6 +13,7 @@
 #include "recall/RecallCollectionViewController.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QTest>
 
 using pexi::FloatingWindowController;
@@ -71,6 +72,17 @@ struct Opened
 class TestWindow : public QObject
 {
     Q_OBJECT
+
+    // The floating window made ahead for the next click.
+    static pexi::FloatingWindow *spare()
+    {
+        for (QWidget *window : QApplication::topLevelWidgets()) {
+            auto *floating = qobject_cast<pexi::FloatingWindow *>(window);
+            if (floating && !floating->isVisible())
+                return floating;
+        }
+        return nullptr;
+    }
 
 private Q_SLOTS:
     void initTestCase() { qputenv("PEXI_NO_KEYRING", "1"); }
@@ -169,6 +181,70 @@ private Q_SLOTS:
         QVERIFY(o.floating()->isVisible());
     }
 
+    // The window made ahead is shown only while it shows what a window made now would.
+    void spareOnlyWhileCurrent_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::newRow("nothing changed: the spare") << "";
+        QTest::newRow("vault re-created with other grids") << "re-created";
+        QTest::newRow("vault gone: its making instead") << "removed";
+    }
+    void spareOnlyWhileCurrent()
+    {
+        Opened o(false);
+        QPointer<pexi::FloatingWindow> made;
+        QTRY_VERIFY((made = spare())); // once after launch
+        QFETCH(QString, change);
+        if (!change.isEmpty()) {
+            for (const QString &suffix : {"", "-wal", "-shm"})
+                QFile::remove(o.v.vault.filePath() + suffix);
+            o.v.vault.reloadHeader();
+        }
+        if (change == u"re-created")
+            o.v.vault.create(TemporaryVault::chosen());
+        o.showAt();
+        QCOMPARE(o.floating() == made, change.isEmpty());
+        QCOMPARE(made.isNull(), !change.isEmpty()); // a stale one is thrown away
+        const QList<pexi::ImageGrid> grids = o.grids.grids();
+        QCOMPARE(grids.isEmpty(), change == u"removed");
+        for (int page = 0; page < grids.size(); ++page)
+            QCOMPARE(o.recall()->page(page)->imageGrid(), grids.at(page));
+        // The unlock's grid, or the first vault's, takes the letters.
+        QVERIFY(qobject_cast<pexi::RecallCollectionViewController *>(QApplication::focusWidget()));
+    }
+
+    // The window is rounded: outside each corner's arc nothing, along each edge the outline,
+    // and the screen within.
+    void corners_data()
+    {
+        QTest::addColumn<QPoint>("at");
+        QTest::addColumn<QRgb>("seen");
+        const QRgb nothing = 0, screen = QColor(Qt::red).rgba();
+        const QRgb outline = QApplication::palette().color(QPalette::Mid).rgba();
+        for (const QPoint corner :
+             {QPoint(0, 0), QPoint(199, 0), QPoint(0, 119), QPoint(199, 119)}) {
+            const QPoint inward(corner.x() ? -1 : 1, corner.y() ? -1 : 1);
+            QTest::addRow("%d,%d", corner.x(), corner.y()) << corner << nothing;
+            QTest::addRow("%d,%d off the arc", corner.x(), corner.y())
+                << corner + inward * 2 << nothing;
+            QTest::addRow("%d,%d within it", corner.x(), corner.y())
+                << corner + inward * 10 << screen;
+        }
+        for (const QPoint edge : {QPoint(100, 0), QPoint(11, 119), QPoint(0, 11), QPoint(199, 60)})
+            QTest::addRow("edge %d,%d", edge.x(), edge.y()) << edge << outline;
+    }
+    void corners()
+    {
+        auto *screen = new QWidget;
+        screen->setStyleSheet(QStringLiteral("background: red"));
+        screen->setAutoFillBackground(true);
+        screen->resize(200, 120);
+        pexi::FloatingWindow window(screen);
+        QFETCH(QPoint, at);
+        QFETCH(QRgb, seen);
+        QCOMPARE(window.grab().toImage().pixel(at), seen);
+    }
+
     void hiding_data()
     {
         QTest::addColumn<QString>("event");
@@ -183,6 +259,10 @@ private Q_SLOTS:
         Opened o(false);
         o.showAt();
         const QPointer<QWidget> first = o.floating();
+        QTest::keyClick(QApplication::focusWidget(), 'a'); // a pick no later window shows
+        QCOMPARE(o.recall()->page(0)->selection().size(), 1);
+        QPointer<pexi::FloatingWindow> next;
+        QTRY_VERIFY((next = spare()));
         QWidget other;
         if (event == u"own window") {
             other.show();
@@ -195,6 +275,13 @@ private Q_SLOTS:
         }
         QFETCH(bool, stays);
         QTRY_COMPARE(first && first->isVisible(), stays);
+        if (stays)
+            return;
+        // Shown again: a new window, the one made ahead, with new screens.
+        if (event != u"shown again")
+            o.showAt();
+        QCOMPARE(o.floating(), next.data());
+        QVERIFY(o.recall()->page(0)->selection().isEmpty());
     }
 };
 
