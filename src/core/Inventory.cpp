@@ -211,11 +211,17 @@ void Inventory::put(Batch batch)
     m_entries.reserve(m_entries.size() + qsizetype(entries.size()));
     // Keeps each replaced entry alive until it has left the order.
     QList<EntryPointer> previousEntries;
-    // A large batch's sorted runs are merged on another core while the indexes take it in here.
-    std::future<void> sorted;
+    // A large batch's sorted runs are merged, and its listed entries put in their domains'
+    // buckets, on another core while the uuid index takes it in here; the entries it replaces
+    // leave their buckets once both are done.
+    std::future<void> sortedAndBucketed;
     if (bulk) {
-        sorted = std::async(std::launch::async, [&] {
+        sortedAndBucketed = std::async(std::launch::async, [&] {
             listed = mergeSortedRuns(std::move(batch.sortedRuns), listedBefore);
+            for (const std::optional<Entry> &slot : entries) {
+                if (slot->listed() && !slot->domain.isEmpty())
+                    m_byDomain[slot->domain].append(&*slot);
+            }
         });
     }
     for (const std::optional<Entry> &slot : entries) {
@@ -225,11 +231,10 @@ void Inventory::put(Batch batch)
         EntryPointer previous = std::exchange(m_entries[uuid], entry);
         const bool wasListed = previous && previous->listed();
         if (wasListed) {
-            if (!previous->domain.isEmpty())
-                m_byDomain[previous->domain].removeOne(previous.get());
             if (bulk) {
                 replaced.insert(previous.get());
             } else {
+                leaveDomainBucket(previous.get());
                 const auto at =
                     std::lower_bound(m_order.begin(), m_order.end(), previous.get(), listedBefore);
                 if (at != m_order.end() && *at == previous.get())
@@ -237,12 +242,13 @@ void Inventory::put(Batch batch)
             }
         }
         if (entry->listed()) {
-            if (!entry->domain.isEmpty())
-                m_byDomain[entry->domain].append(entry.get());
-            if (!bulk)
+            if (!bulk) {
+                if (!entry->domain.isEmpty())
+                    m_byDomain[entry->domain].append(entry.get());
                 m_order.insert(
                     std::upper_bound(m_order.begin(), m_order.end(), entry.get(), listedBefore),
                     entry.get());
+            }
             if (told)
                 (wasListed ? change.changed : change.added).append(uuid);
         } else if (wasListed && told) {
@@ -253,7 +259,9 @@ void Inventory::put(Batch batch)
     }
     if (bulk) {
         // One merge of the batch into the order, rather than an insertion per item.
-        sorted.get();
+        sortedAndBucketed.get();
+        for (const Entry *gone : replaced)
+            leaveDomainBucket(gone);
         const auto wasReplaced = [&](const Entry *entry) { return replaced.contains(entry); };
         std::erase_if(m_order, wasReplaced);
         std::erase_if(listed, wasReplaced); // the same uuid twice in one batch
@@ -265,6 +273,12 @@ void Inventory::put(Batch batch)
     }
     if (told && !change.isEmpty())
         m_changeListener(change);
+}
+
+void Inventory::leaveDomainBucket(const Entry *entry)
+{
+    if (!entry->domain.isEmpty())
+        m_byDomain[entry->domain].removeOne(entry);
 }
 
 void Inventory::load(const QList<InventoryItem> &items)

@@ -87,6 +87,7 @@ private:
     };
 
     void put(Batch batch);
+    void leaveDomainBucket(const Entry *entry);
     void save(const QList<InventoryItem> &items);
     Batch prepare(const QList<InventoryItem> &items) const;
     const Entry *findSameLogin(const InventoryItem &item) const;
