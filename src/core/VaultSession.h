@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 
@@ -60,6 +61,7 @@ private:
     Inventory m_inventory;
     QStringList m_unreadable;
     qint64 m_revision = 0;
+    std::future<void> m_releasing; // what opening read, freed in the background
 };
 
 } // namespace pexi
