@@ -44,8 +44,8 @@ void FloatingWindowController::show(FloatingWindow *window, QPointF anchor, bool
         screen = QGuiApplication::primaryScreen();
     if (!keepPosition && screen && canPlaceWindows())
         window->move(frameFor(screen->availableGeometry(), anchor, window->size()).topLeft());
+    // Showing raises it too: Qt raises a tool window as it maps it.
     window->show();
-    window->raise();
     window->activateWindow();
     // Only now: closing the previous window first could leave none of ours with the focus for
     // a moment, which would close the new one too.
