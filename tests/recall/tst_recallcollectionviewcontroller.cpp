@@ -3,12 +3,10 @@
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallCollectionViewControllerDelegate.h"
 #include "recall/RecallCollectionViewItem.h"
-#include "ui/Appearance.h"
 
 #include <QTest>
 
 using pexi::RecallCollectionViewController;
-using pexi::RecallCollectionViewItem;
 
 namespace {
 
@@ -39,43 +37,6 @@ class TestRecallCollectionViewController : public QObject
 
 private Q_SLOTS:
     void initTestCase() { qputenv("PEXI_NO_KEYRING", "1"); }
-
-    // An item keeps what it drew, but never past a change of what it shows.
-    void itemDrawnAnewOnChange_data()
-    {
-        QTest::addColumn<QString>("what");
-        for (const char *what : {"picture", "letter", "dark mode", "size", "picked"})
-            QTest::newRow(what) << what;
-    }
-    void itemDrawnAnewOnChange()
-    {
-        QFETCH(QString, what);
-        const auto change = [&what](RecallCollectionViewItem &item) {
-            if (what == u"picture")
-                item.setPictureName(QStringLiteral("dog"));
-            else if (what == u"letter")
-                item.setLetter(QStringLiteral("O"));
-            else if (what == u"dark mode")
-                pexi::Appearance::instance().setDark(true);
-            else if (what == u"size")
-                item.resize(100, 90);
-            else
-                item.showSelected();
-        };
-        RecallCollectionViewItem shown, fresh;
-        for (RecallCollectionViewItem *item : {&shown, &fresh}) {
-            item->setPictureName(QStringLiteral("cat"));
-            item->setLetter(QStringLiteral("A"));
-            item->resize(88, 72);
-        }
-        const QImage before = shown.grab().toImage();
-        change(shown);
-        change(fresh);
-        const QImage after = shown.grab().toImage();
-        QVERIFY(after != before);
-        QCOMPARE(after, fresh.grab().toImage());
-    }
-    void cleanup() { pexi::Appearance::instance().setDark(false); }
 
     void picks_data()
     {
