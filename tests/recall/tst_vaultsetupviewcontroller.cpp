@@ -1,61 +1,38 @@
-#include "support/DesktopDoubles.h"
-#include "support/TemporaryVault.h"
+#include "support/RecallScreen.h"
 
 #include "recall/GridPageController.h"
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallCollectionViewItem.h"
-#include "recall/RecallViewController.h"
-#include "recall/RecallViewControllerDelegate.h"
 #include "recall/VaultSetupViewController.h"
 
-#include <QApplication>
 #include <QLabel>
 #include <QProcess>
 #include <QPushButton>
 #include <QSet>
-#include <QTest>
 
 using pexi::VaultSetupViewController;
 
 namespace {
 
-struct CountingDelegate : pexi::RecallViewControllerDelegate
+struct Screen : RecallScreen
 {
-    void recallViewControllerDidUnlock(pexi::RecallViewController *) override { ++unlocks; }
-    int unlocks = 0;
-};
-
-// The unlock screen of a machine without a vault, shown and active as the user would have it.
-struct Screen
-{
-    Screen()
-    {
-        unlock.setDelegate(&delegate);
-        unlock.resize(320, 560);
-        unlock.show();
-        unlock.activateWindow();
-        (void)QTest::qWaitForWindowActive(&unlock);
-    }
+    Screen() : RecallScreen(false) {}
 
     VaultSetupViewController *setup() const
     {
-        return unlock.findChild<VaultSetupViewController *>();
+        return screen.findChild<VaultSetupViewController *>();
     }
-    // Picks on the grid shown, by letter key (to whatever has the focus) or by click; a
-    // complete grid moves on to the first incomplete one. "<" and ">" are the arrow keys.
-    void pick(const QString &steps, bool click)
+    // Picks on the grid shown, by letter key or by click; a complete grid moves on to the first
+    // incomplete one. "<" and ">" are the arrow keys.
+    void pick(QString steps, bool click)
     {
-        const QString keys = QString(steps).remove(u' ');
-        for (const QChar step : keys) {
-            if (step == u'<' || step == u'>')
-                QTest::keyClick(QApplication::focusWidget(),
-                                step == u'<' ? Qt::Key_Left : Qt::Key_Right);
-            else if (click)
+        for (const QChar step : steps.remove(u' ')) {
+            if (click && step.isLetter())
                 QTest::mouseClick(
                     setup()->page(setup()->selectedIndex())->item(step.unicode() - u'A'),
                     Qt::LeftButton);
             else
-                QTest::keyClick(QApplication::focusWidget(), step.toLower().toLatin1());
+                press(step.toLower());
         }
     }
     QList<pexi::ImageGrid> shownGrids() const
@@ -66,13 +43,6 @@ struct Screen
         return grids;
     }
     QString message() const { return setup()->findChild<QLabel *>("messageLabel")->text(); }
-
-    TemporaryVault v{false};
-    pexi::GridLibrary grids{v.vault};
-    NullLauncher launcher;
-    pexi::BrowserController browser{launcher};
-    pexi::RecallViewController unlock{{grids, v.vault, v.locker, browser, launcher}};
-    CountingDelegate delegate;
 };
 
 // The exit code of the real pexi-vault listing the vault with these letters.
@@ -125,11 +95,11 @@ private Q_SLOTS:
             QVERIFY(!s.v.vault.exists());
         }
         s.pick(confirmations.last(), click);
-        QTRY_COMPARE(s.delegate.unlocks, 1);
+        QTRY_COMPARE(s.unlocks, 1);
         QCOMPARE(s.v.locker.lockState(), pexi::LockState::unlocked);
         QTRY_VERIFY(!s.setup());
         QCOMPARE(pexi::GridLibrary(s.v.vault).grids(), shown);
-        QCOMPARE(*s.unlock.page(2)->imageGrid(), shown.at(2)); // what the next unlock shows
+        QCOMPARE(*s.screen.page(2)->imageGrid(), shown.at(2)); // what the next unlock shows
         QCOMPARE(listWith(s.v, "ACE BDF GHN"), 1);
         QCOMPARE(listWith(s.v, "ACE BDF GHO"), 0);
     }
@@ -156,7 +126,7 @@ private Q_SLOTS:
         s.pick("ACE BDF GHO", true);
         s.pick("ACE BDF GHN", true);
         QCOMPARE(s.message(), VaultSetupViewController::mismatchMessage);
-        QCOMPARE(s.delegate.unlocks, 0);
+        QCOMPARE(s.unlocks, 0);
     }
 };
 

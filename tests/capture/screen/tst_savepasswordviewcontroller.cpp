@@ -21,27 +21,22 @@ private slots:
         QTest::addColumn<QString>("emptied");
         QTest::addColumn<QString>("press");
         QTest::addColumn<QStringList>("outcome");
-        const QStringList mail{"Mail", "a.test", "ada", "pw"};
-        QTest::newRow("no title, no password") << QStringList{"", {}, {}, ""} << ""
-                                               << "save" << QStringList{"Please enter a title"};
-        QTest::newRow("title of spaces and tabs")
-            << QStringList{" \t ", {}, {}, "pw"} << ""
-            << "return" << QStringList{"Please enter a title"};
-        QTest::newRow("password emptied") << mail << "password"
-                                          << "save" << QStringList{"Please enter a password"};
-        QTest::newRow("trimmed, password as typed")
-            << QStringList{" Mail\t", "\ta.test ", " ada ", " p w\t"} << ""
-            << "save" << QStringList{"saved", "Mail", "\"a.test\"", "\"ada\"", " p w\t"};
-        QTest::newRow("absent site and user name saved as empty")
-            << QStringList{"Mail", {}, {}, " "} << ""
-            << "return" << QStringList{"saved", "Mail", "\"\"", "\"\"", " "};
-        QTest::newRow("user name emptied")
-            << mail << "username"
-            << "save" << QStringList{"saved", "Mail", "\"a.test\"", "\"\"", "pw"};
-        QTest::newRow("Cancel") << mail << ""
-                                << "cancel" << QStringList{"closed"};
-        QTest::newRow("Escape") << mail << ""
-                                << "escape" << QStringList{"closed"};
+        const auto row = [](const char *name, const QStringList &captured, const char *emptied,
+                            const char *press, const QStringList &outcome) {
+            QTest::newRow(name) << captured << QString(emptied) << QString(press) << outcome;
+        };
+        const QStringList mail{"Mail", "a.test", "ada", "pw"}, saved{"saved", "Mail", "\"a.test\""};
+        row("no title, no password", {"", {}, {}, ""}, "", "save", {"Please enter a title"});
+        row("title of spaces and tabs", {" \t ", {}, {}, "pw"}, "", "return",
+            {"Please enter a title"});
+        row("password emptied", mail, "password", "save", {"Please enter a password"});
+        row("trimmed, password as typed", {" Mail\t", "\ta.test ", " ada ", " p w\t"}, "", "save",
+            saved + QStringList{"\"ada\"", " p w\t"});
+        row("absent site and user name saved as empty", {"Mail", {}, {}, " "}, "", "return",
+            {"saved", "Mail", "\"\"", "\"\"", " "});
+        row("user name emptied", mail, "username", "save", saved + QStringList{"\"\"", "pw"});
+        row("Cancel", mail, "", "cancel", {"closed"});
+        row("Escape", mail, "", "escape", {"closed"});
     }
     void review()
     {
