@@ -38,6 +38,8 @@ private slots:
         row("raw control", "[\"\x01\"]", false);
         row("non-ASCII", "[\"\xc3\xa9\xe2\x82\xac\xe2\x80\xa8\xf0\x9f\x94\x91\"]", true);
         row("overlong", "[\"\xc0\x80\"]", false);
+        row("\\u, lone high surrogate", "[\"\\uD83D\"]", false);
+        row("past U+10FFFF", "[\"\xf4\x90\x80\x80\"]", false);
         row("invalid UTF-8 outside strings", "[1]\xff", false);
         row("1024 arrays deep", nested("[", "[]", "]", 1024), true);
         row("1025 arrays deep", nested("[", "[]", "]", 1025), false);
