@@ -146,7 +146,6 @@ private Q_SLOTS:
         QCOMPARE(o.shown<pexi::InventoryWrapperViewController>() != nullptr, list);
         // The list offers the item for saving.
         QCOMPARE(o.shown<pexi::SavePasswordViewController>() != nullptr, list && withItem);
-        QCOMPARE(o.floating()->windowTitle(), QStringLiteral("Pexi"));
         // Only reading the welcome puts it away for good.
         QCOMPARE(o.preferences->showWelcomeScreen(), showWelcome);
     }
