@@ -10,7 +10,6 @@ class TestHostnameInfo : public QObject
     Q_OBJECT
 
 private slots:
-    // The host is the last component.
     void parsing_data()
     {
         QTest::addColumn<QString>("input");

@@ -130,7 +130,6 @@ private Q_SLOTS:
             QTest::newRow(name) << QString(username) << QString(site) << QString(password)
                                 << expected;
         };
-        row("identical", "ann", "shop.example.com", "pw", true);
         row("same host as url", "ann", "https://SHOP.example.com/login", "pw", true);
         row("other password", "ann", "shop.example.com", "pw2", false);
         row("other username", "bob", "shop.example.com", "pw", false);

@@ -281,9 +281,8 @@ private slots:
         QCOMPARE(list.events(), "Mac_PasswordDeleted");
     }
 
-    // Each flow as a person goes through it, checked in the vault opened again afterwards, in
-    // the analytics the server was sent, and in what the list says and shows: the changed row,
-    // last of 201, is scrolled to.
+    // Each flow as a person goes through it, checked in the vault opened again, the analytics
+    // sent, and what the list says and shows: the changed row, last of 201, is scrolled to.
     void flowsReachTheVault_data()
     {
         QTest::addColumn<QString>("flow");
