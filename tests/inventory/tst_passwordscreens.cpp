@@ -36,11 +36,6 @@ void click(QWidget *screen, const char *button)
 
 const char *const fields[] = {"Title", "Website", "Username", "Password"};
 
-InventoryItem mail()
-{
-    return InventoryItem(QStringLiteral("Mail"), QStringLiteral("ada"), QStringLiteral("pw"));
-}
-
 } // namespace
 
 class PasswordScreensTest : public QObject
@@ -134,7 +129,7 @@ private slots:
         QFETCH(QStringList, typed);
         QFETCH(bool, editing);
         QFETCH(QString, saved);
-        const InventoryItem original = mail();
+        const InventoryItem original("Mail", QStringLiteral("ada"), "pw");
         EditPasswordViewController screen(original);
         QStringList done;
         screen.didUpdatePassword = [&](const InventoryItem &item) {
