@@ -24,10 +24,6 @@ private slots:
                                  << "It%20broke%0A"
                                  << "mailto:support@pexi.com?subject=Help%20me&body=It%20broke%0A"
                                  << true;
-        QTest::newRow("feedback") << A::feedback << "Pictures"
-                                  << "cat%2Cdog"
-                                  << "mailto:feedback@pexi.com?subject=Pictures&body=cat%2Cdog"
-                                  << true;
         QTest::newRow("body not encoded")
             << A::feedback << "Hi"
             << "two words"

@@ -2,6 +2,7 @@
 #include "capture/WindowPresenter.h"
 #include "core/Log.h"
 #include "support/PrivateSessionBus.h"
+#include "support/ProcessOutput.h"
 #include "support/TemporaryPreferences.h"
 #include "support/TemporaryVault.h"
 #include "ui/Appearance.h"
@@ -133,15 +134,7 @@ class TestStatusItemBus : public QObject
         m_item.write(line + '\n');
         return said("done " + line);
     }
-    bool said(const QByteArray &text)
-    {
-        return QTest::qWaitFor(
-            [&] {
-                m_output += m_item.readAllStandardOutput();
-                return m_output.contains(text);
-            },
-            20000);
-    }
+    bool said(const QByteArray &text) { return waitForOutput(m_item, text, m_output); }
     QVariant property(const QString &service, const QString &name)
     {
         QDBusMessage get = QDBusMessage::createMethodCall(service, "/StatusNotifierItem",

@@ -1,5 +1,6 @@
 #include "app/Launch.h"
 #include "app/StatusMenuController.h"
+#include "app/TrayMessageNotificationCenter.h"
 #include "capture/WindowPresenter.h"
 #include "support/TemporaryPreferences.h"
 #include "support/TemporaryVault.h"
@@ -10,7 +11,11 @@
 #include <QScreen>
 #include <QTest>
 
+#include <list>
+
 using namespace pexi;
+using ActivationType = UserNotificationCenter::ActivationType;
+using NotificationId = UserNotificationCenter::NotificationId;
 
 namespace {
 
@@ -44,8 +49,8 @@ class TestStatusMenuController : public QObject
     Q_OBJECT
 
 private slots:
-    // Starting locked or not, light or dark, then each step ("unlock", "lock", "dark", "light")
-    // followed by the icon it leaves, checked before the event loop turns.
+    // Starting locked or not, light or dark, then each step ("unlock", "lock", "dark", "light",
+    // "hide", "show") followed by the icon it leaves, checked before the event loop turns.
     void iconFollows_data()
     {
         QTest::addColumn<bool>("unlocked");
@@ -59,6 +64,9 @@ private slots:
             << true << true
             << "iconMenuBarUnlockedDark light iconMenuBarUnlockedLight lock iconMenuBarLockedLight "
                "dark iconMenuBarLockedDark unlock iconMenuBarUnlockedDark";
+        QTest::newRow("hidden and shown at once")
+            << false << false
+            << "iconMenuBarLockedLight hide hidden unlock hidden show iconMenuBarUnlockedLight";
     }
     void iconFollows()
     {
@@ -69,35 +77,24 @@ private slots:
         StatusItem item(unlocked);
         QCOMPARE(item.unlocked, unlocked);
         const QStringList words = steps.split(' ');
-        QCOMPARE(item.controller.statusIconName(), words.first());
+        const auto shown = [&] {
+            const QSystemTrayIcon &icon = item.controller.statusItem();
+            return !icon.isVisible()      ? "hidden"
+                   : icon.icon().isNull() ? "no icon"
+                                          : item.controller.statusIconName();
+        };
+        QCOMPARE(shown(), words.first());
         for (int i = 1; i < words.size(); i += 2) {
             if (words[i] == "unlock")
                 QVERIFY(item.vault.unlock());
             else if (words[i] == "lock")
                 item.vault.locker.lock();
+            else if (words[i] == "hide" || words[i] == "show")
+                item.preferences->setShowStatusBarIcon(words[i] == "show");
             else
                 Appearance::instance().setDark(words[i] == "dark");
-            QCOMPARE(item.controller.statusIconName(), words[i + 1]);
-            QVERIFY(!item.controller.statusItem().icon().isNull());
+            QCOMPARE(shown(), words[i + 1]);
         }
-    }
-
-    // The preference hides and shows the item at once; the process starts with it shown.
-    void showStatusBarIcon_data()
-    {
-        QTest::addColumn<QList<bool>>("settings");
-        QTest::newRow("shown at start") << QList<bool>{};
-        QTest::newRow("hidden") << QList<bool>{false};
-        QTest::newRow("hidden, shown again") << QList<bool>{false, true};
-    }
-    void showStatusBarIcon()
-    {
-        QFETCH(QList<bool>, settings);
-        StatusItem item;
-        for (bool show : settings)
-            item.preferences->setShowStatusBarIcon(show);
-        QCOMPARE(item.controller.statusItem().isVisible(),
-                 settings.value(settings.size() - 1, true));
     }
 
     // Under the item when the tray says where it is; else the mouse's x on the screen's top.
@@ -170,6 +167,50 @@ private slots:
         QCOMPARE(Launch::position(QRect(1920, 200, 1280, 800), QPointF(33, 44)),
                  QPointF(2560, 300));
         QCOMPARE(Launch::position(std::nullopt, QPointF(33, 44)), QPointF(33, 44));
+    }
+
+    // Steps: "icon" gives the centre a new status icon, "d" delivers the next notification, "c"
+    // clicks the newest icon's balloon, "old" the first's, "rN" removes the N-th notification.
+    void clicksReachTheNewestBalloon_data()
+    {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QList<int>>("activated");
+        QTest::newRow("only the newest") << "icon d d c" << QList<int>{2};
+        QTest::newRow("clicked once") << "icon d c c" << QList<int>{1};
+        QTest::newRow("removed") << "icon d r1 c" << QList<int>{};
+        QTest::newRow("older removed") << "icon d d r1 c" << QList<int>{2};
+        QTest::newRow("each its own") << "icon d c d c" << QList<int>{1, 2};
+        QTest::newRow("shown before the icon came") << "d icon c d c" << QList<int>{2};
+        QTest::newRow("replaced icon") << "icon d icon old d c" << QList<int>{2};
+    }
+    void clicksReachTheNewestBalloon()
+    {
+        QFETCH(QString, steps);
+        QFETCH(QList<int>, activated);
+        TrayMessageNotificationCenter center;
+        std::list<QSystemTrayIcon> icons;
+        QList<NotificationId> ids;
+        QList<int> activations;
+        center.setActivationHandler(
+            [&](NotificationId id, const QVariantMap &info, ActivationType type) {
+                const int n = info.value("n").toInt();
+                QCOMPARE(type, ActivationType::contentClicked);
+                QCOMPARE(id, ids.value(n - 1));
+                activations << n;
+            });
+        for (const QString &step : steps.split(u' ')) {
+            if (step == "icon")
+                center.setTrayIcon(&icons.emplace_back());
+            else if (step == "d")
+                ids << center.deliverNotification({"T", {}, {}, {}, {}, {{"n", ids.size() + 1}}});
+            else if (step == "c" || step == "old")
+                emit(step == "c" ? icons.back() : icons.front()).messageClicked();
+            else
+                center.removeDeliveredNotification(ids.at(step.mid(1).toInt() - 1));
+        }
+        QCOMPARE(activations, activated);
+        QCOMPARE(QSet<NotificationId>(ids.cbegin(), ids.cend()).size(), ids.size());
+        QVERIFY(!ids.contains(NotificationId(0)));
     }
 };
 

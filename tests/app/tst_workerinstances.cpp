@@ -1,3 +1,5 @@
+#include "support/ProcessOutput.h"
+
 #include <QFileInfo>
 #include <QProcess>
 #include <QTcpServer>
@@ -45,16 +47,6 @@ class TestWorkerInstances : public QObject
         QVERIFY(worker.waitForFinished(10000));
         QCOMPARE(worker.exitCode(), 0);
     }
-    // Waits for a line of the worker's output holding `text`, reading what arrives.
-    static bool said(QProcess &worker, const QByteArray &text, QByteArray &output)
-    {
-        return QTest::qWaitFor(
-            [&] {
-                output += worker.readAll();
-                return output.contains(text);
-            },
-            10000);
-    }
 
 private slots:
     void init()
@@ -81,7 +73,7 @@ private slots:
             QCOMPARE(loser.exitCode(), 0);
             QVERIFY(loser.readAll().contains("another worker is running"));
             QByteArray output;
-            QVERIFY(said(winner, "floating window opens at", output));
+            QVERIFY(waitForOutput(winner, "floating window opens at", output));
             QVERIFY(serving());
             QCOMPARE(winner.state(), QProcess::Running);
             stop(winner);
@@ -106,7 +98,7 @@ private slots:
         QVERIFY(later->waitForFinished(10000));
         QCOMPARE(later->exitCode(), 0);
         QByteArray output;
-        QVERIFY(said(*next, "floating window opens at", output));
+        QVERIFY(waitForOutput(*next, "floating window opens at", output));
         stop(*next);
     }
 };

@@ -126,19 +126,15 @@ private Q_SLOTS:
         v.locker.lock();
         QCOMPARE(fromLocker.count(Locker::PexiLockedNotification), 1);
         QCOMPARE(fromLocker.count(Locker::PexiUnlockedNotification), 2);
-    }
 
-    void observersRunOnPostingThread()
-    {
-        pexi::NotificationCenter center;
+        // Observers run on the thread that posts.
         QThread *ranOn = nullptr;
         center.addObserver(
             "n", nullptr, [&](const QString &, const void *) { ranOn = QThread::currentThread(); });
-        QThread *poster = QThread::create([&] { center.post("n", nullptr); });
+        const std::unique_ptr<QThread> poster(QThread::create([&] { center.post("n", nullptr); }));
         poster->start();
         QVERIFY(poster->wait(5000));
-        QCOMPARE(ranOn, poster);
-        delete poster;
+        QCOMPARE(ranOn, poster.get());
     }
 
     // Another opener adds an item while the vault is open here: the file watch notices, the open

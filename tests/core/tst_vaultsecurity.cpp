@@ -1,3 +1,4 @@
+#include "support/Files.h"
 #include "support/TemporaryVault.h"
 
 #include "core/Inventory.h"
@@ -28,25 +29,12 @@ void execSql(const QString &path, const QString &sql)
     QVERIFY2(rc == SQLITE_OK, qPrintable(message));
 }
 
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
 // SQL that changes the first byte of a header value to another digit, so numbers stay numbers.
 QString flipFirstByte(const QString &key)
 {
     return QStringLiteral("UPDATE meta SET value = (CASE WHEN hex(substr(value, 1, 1)) = '31' "
                           "THEN '2' ELSE '1' END) || substr(value, 2) WHERE key = '%1'")
         .arg(key);
-}
-
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // What the user is told when the right pictures cannot open the vault.
@@ -78,7 +66,8 @@ private Q_SLOTS:
                                            "PasswordMarkerQX", QString("sitemarkerqx.example")));
         });
         v.locker.lock();
-        const QByteArray bytes = readAll(v.vault.filePath()) + readAll(v.vault.filePath() + "-wal");
+        const QByteArray bytes =
+            readFile(v.vault.filePath()) + readFile(v.vault.filePath() + "-wal");
         QVERIFY(bytes.size() > 0);
         for (const char *marker :
              {"TitleMarkerQX", "UserMarkerQX", "PasswordMarkerQX", "sitemarkerqx"}) {
@@ -150,16 +139,13 @@ private Q_SLOTS:
         TemporaryVault v;
         const QString path = v.vault.filePath();
         execSql(path, "PRAGMA wal_checkpoint(TRUNCATE)");
-        QFile file(path);
         if (damage == "text" || damage == "empty") {
-            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-            file.write(damage == "text" ? "these are not the bytes of a vault, just a note\n" : "");
-            file.close();
+            QVERIFY(writeFile(path, damage == "text" ? "not the bytes of a vault, a note\n" : ""));
         } else if (damage == "foreign") {
-            QVERIFY(file.remove());
+            QVERIFY(QFile::remove(path));
             execSql(path, "CREATE TABLE notes (body TEXT)");
         } else if (damage == "truncate") {
-            QVERIFY(file.resize(1024 + 100));
+            QVERIFY(QFile::resize(path, 1024 + 100));
         } else if (damage.startsWith("key ")) {
             const QString accountId = v.account.userIdentifier()->toString(QUuid::WithoutBraces);
             const QString keyFile = v.keys->describeLocation(accountId);
@@ -167,18 +153,18 @@ private Q_SLOTS:
             if (damage == "key directory")
                 QVERIFY(QDir().mkpath(keyFile));
             else if (damage == "key garbage")
-                writeFile(keyFile, "not base64 at all\n");
+                QVERIFY(writeFile(keyFile, "not base64 at all\n"));
             else if (damage == "key other")
                 v.keys->store(accountId, pexi::VaultCipher::randomKey());
         } else {
             execSql(path, damage);
         }
         v.vault.reloadHeader();
-        const QByteArray before = readAll(path);
+        const QByteArray before = readFile(path);
         QVERIFY2(refusal(v).contains(message), qPrintable(refusal(v)));
         QCOMPARE(v.locker.lockState(), pexi::LockState::locked);
         QCOMPARE(v.account.userIdentifier().has_value(), headerRead);
-        QCOMPARE(readAll(path), before);
+        QCOMPARE(readFile(path), before);
     }
 
     // Vaults made before headers were sealed keep opening, and are sealed by that unlock.
@@ -274,14 +260,14 @@ private Q_SLOTS:
         QFETCH(QList<QStringList>, pictures);
         QFETCH(QList<QList<int>>, picks);
         TemporaryVault v(existing);
-        const QByteArray before = readAll(v.vault.filePath());
+        const QByteArray before = readFile(v.vault.filePath());
         QList<pexi::ImageGrid> shown;
         for (const QStringList &names : picks.isEmpty() ? QList<QStringList>() : pictures)
             shown.append(pexi::ImageGrid(names));
         QVERIFY_THROWS_EXCEPTION(VaultError, picks.isEmpty() ? v.vault.create(pictures)
                                                              : v.vault.create(shown, picks));
         QCOMPARE(QFileInfo::exists(v.vault.dataDirectory()), existing);
-        QCOMPARE(readAll(v.vault.filePath()), before);
+        QCOMPARE(readFile(v.vault.filePath()), before);
     }
 
     // The grids hold the chosen pictures among distinct decoys, and where the chosen ones sit is

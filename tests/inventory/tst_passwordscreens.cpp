@@ -1,3 +1,4 @@
+#include "core/Constants.h"
 #include "core/InventoryItem.h"
 #include "inventory/AddPasswordViewController.h"
 #include "inventory/DeletePasswordViewController.h"
@@ -5,7 +6,10 @@
 #include "inventory/GeneratePasswordViewController.h"
 #include "inventory/PasswordDetailViewController.h"
 #include "inventory/PasswordEntry.h"
+#include "inventory/PasswordGenerator.h"
 #include "inventory/ShowPasswordViewController.h"
+#include "support/ItemText.h"
+#include "support/ScreenInput.h"
 #include "ui/Appearance.h"
 #include "ui/Icons.h"
 #include "ui/PasswordLabel.h"
@@ -17,40 +21,20 @@
 #include <QTest>
 #include <QToolButton>
 
+#include <array>
 #include <optional>
 
 using namespace pexi;
+using Security = Constants::Security;
 
 namespace {
-
-// Replaces a field's text by keys, as a person would: select all, erase, type.
-void retype(QWidget *screen, const char *field, const QString &text)
-{
-    auto *edit = screen->findChild<QLineEdit *>(field);
-    QTest::keyClick(edit, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClick(edit, Qt::Key_Backspace);
-    QTest::keyClicks(edit, text);
-}
 
 void click(QWidget *screen, const char *button)
 {
     QTest::mouseClick(screen->findChild<QAbstractButton *>(button), Qt::LeftButton);
 }
 
-QStringList huds(QWidget *screen)
-{
-    QStringList texts;
-    for (const QLabel *hud : screen->findChildren<QLabel *>("hud"))
-        texts << hud->text();
-    return texts;
-}
-
-const char *const fields[] = {"titleField", "siteField", "usernameField", "passwordField"};
-
-InventoryItem mail()
-{
-    return InventoryItem(QStringLiteral("Mail"), QStringLiteral("ada"), QStringLiteral("pw"));
-}
+const char *const fields[] = {"Title", "Website", "Username", "Password"};
 
 } // namespace
 
@@ -72,27 +56,26 @@ private slots:
     // Typed into an empty add screen: whether Save shows, and the item it hands over.
     void addScreen_data()
     {
-        QTest::addColumn<QStringList>("typed");  // title, site, username, password
-        QTest::addColumn<QStringList>("stored"); // empty when Save stays hidden
-        QTest::newRow("no password") << QStringList{"Mail", "", "", ""} << QStringList{};
-        QTest::newRow("blank title") << QStringList{"   ", "", "", "pw"} << QStringList{};
-        QTest::newRow("blank password kept")
-            << QStringList{"Bank", "", "", "   "} << QStringList{"Bank", "", "", "   "};
+        QTest::addColumn<QStringList>("typed"); // title, site, username, password
+        QTest::addColumn<QString>("stored");    // empty when Save stays hidden
+        QTest::newRow("no password") << QStringList{"Mail", "", "", ""} << "";
+        QTest::newRow("blank title") << QStringList{"   ", "", "", "pw"} << "";
+        QTest::newRow("blank password kept") << QStringList{"Bank", "", "", "   "} << "Bank|||   ";
         QTest::newRow("trimmed but the password")
             << QStringList{"  Mail ", " mail.example  ", " ada ", " p w "}
-            << QStringList{"Mail", "mail.example", "ada", " p w "};
+            << "Mail|mail.example|ada| p w ";
     }
     void addScreen()
     {
         QFETCH(QStringList, typed);
-        QFETCH(QStringList, stored);
+        QFETCH(QString, stored);
         AddPasswordViewController screen;
         QList<InventoryItem> added;
         screen.didAddPassword = [&](const InventoryItem &item) { added << item; };
         screen.show();
         QVERIFY(QTest::qWaitForWindowExposed(&screen));
         for (int i = 0; i < 4; ++i)
-            QTest::keyClicks(screen.findChild<QLineEdit *>(fields[i]), typed.at(i));
+            retype(&screen, fields[i], typed.at(i));
         auto *save = screen.findChild<QPushButton *>("actionButton");
         QCOMPARE(save->isVisible(), !stored.isEmpty());
         if (stored.isEmpty())
@@ -101,9 +84,7 @@ private slots:
         click(&screen, "actionButton");
         QCOMPARE(added.size(), 2);
         const InventoryItem &item = added.first();
-        QCOMPARE((QStringList{item.title(), item.site().value(), item.username().value(),
-                              item.password()}),
-                 stored);
+        QCOMPARE(described(item), stored);
         QVERIFY(!item.uuid().isEmpty() && !item.deleted());
         QVERIFY(item.uuid() != added.last().uuid());
     }
@@ -148,14 +129,12 @@ private slots:
         QFETCH(QStringList, typed);
         QFETCH(bool, editing);
         QFETCH(QString, saved);
-        const InventoryItem original = mail();
+        const InventoryItem original("Mail", QStringLiteral("ada"), "pw");
         EditPasswordViewController screen(original);
         QStringList done;
         screen.didUpdatePassword = [&](const InventoryItem &item) {
             QVERIFY(item.uuid() == original.uuid() && item.timestamp() == original.timestamp());
-            done << QStringList{item.title(), item.site().value_or("-"),
-                                item.username().value_or("-"), item.password()}
-                        .join('|');
+            done << described(item);
         };
         screen.didClose = [&] { done << "closed"; };
         screen.show();
@@ -227,6 +206,84 @@ private slots:
             click(&screen, "backButton");
             QCOMPARE(closed, 1);
         }
+    }
+
+    // Keys pressed on the slider, or positions in tenths of a character as a drag passes them: a
+    // new password only for a whole length other than the one shown, and the slider snaps to it.
+    void lengthFollowsSlider_data()
+    {
+        QTest::addColumn<QList<int>>("moves"); // keys, or positions
+        QTest::addColumn<int>("passwords");
+        QTest::addColumn<int>("length");
+        QTest::addColumn<int>("sliderValue");
+        const int fewest = Security::MIN_GEN_PASSWORD_LENGTH,
+                  most = Security::MAX_GEN_PASSWORD_LENGTH;
+        QTest::newRow("default") << QList<int>{} << 1 << 20 << 200;
+        QTest::newRow("minimum") << QList<int>{Qt::Key_Home} << 2 << fewest << fewest * 10;
+        QTest::newRow("maximum") << QList<int>{Qt::Key_End} << 2 << most << most * 10;
+        QTest::newRow("one more") << QList<int>{Qt::Key_Right} << 2 << 21 << 210;
+        QTest::newRow("within the default") << QList<int>{203, 209, 200} << 1 << 20 << 200;
+        QTest::newRow("snaps to the next") << QList<int>{215} << 2 << 21 << 210;
+        QTest::newRow("then within it") << QList<int>{215, 211, 219} << 2 << 21 << 219;
+        QTest::newRow("there and back") << QList<int>{210, 200} << 3 << 20 << 200;
+    }
+    void lengthFollowsSlider()
+    {
+        QFETCH(QList<int>, moves);
+        QFETCH(int, passwords);
+        QFETCH(int, length);
+        QFETCH(int, sliderValue);
+        GeneratePasswordViewController screen;
+        auto *slider = screen.findChild<QSlider *>("strengthSlider");
+        QStringList shown{screen.password()};
+        for (const int move : moves) {
+            if (move > Qt::Key_Escape)
+                QTest::keyClick(slider, Qt::Key(move));
+            else
+                slider->setValue(move);
+            if (screen.password() != shown.last())
+                shown << screen.password();
+        }
+        QCOMPARE(shown.size(), passwords);
+        QCOMPARE(slider->value(), sliderValue);
+        QCOMPARE(screen.password().size(), length);
+        QCOMPARE(screen.findChild<QLabel *>("lengthLabel")->text(), QString::number(length));
+    }
+
+    void buttonsReportUpward()
+    {
+        GeneratePasswordViewController screen;
+        QStringList saved;
+        int closed = 0;
+        screen.didSave = [&](const QString &password) { saved << password; };
+        screen.didClose = [&] { ++closed; };
+        for (const char *button : {"saveButton", "saveButton", "backButton"})
+            QTest::mouseClick(screen.findChild<QPushButton *>(button), Qt::LeftButton);
+        QCOMPARE(saved, QStringList(2, screen.password()));
+        QCOMPARE(closed, 1);
+    }
+
+    // Every character equally likely: Pearson's chi-square over 69 characters (68 degrees of
+    // freedom). 140 is exceeded by a uniform draw about once in a million runs; a draw by
+    // remainder of a random byte (the first 49 characters a third likelier) lands in the
+    // thousands.
+    void charactersAreUniform()
+    {
+        constexpr int perCharacter = 10000;
+        const auto size = qsizetype(PasswordGenerator::alphabet.size());
+        const QString sample = PasswordGenerator::randomString(int(size * perCharacter));
+        std::array<qint64, 128> counts{};
+        for (const QChar c : sample)
+            ++counts[qMin(c.unicode(), char16_t(127))]; // DEL, not in the alphabet, for the rest
+        double chiSquare = 0;
+        qsizetype inAlphabet = 0;
+        for (const char c : PasswordGenerator::alphabet) {
+            const double difference = double(counts[uchar(c)]) - perCharacter;
+            chiSquare += difference * difference / perCharacter;
+            inAlphabet += counts[uchar(c)];
+        }
+        QCOMPARE(inAlphabet, sample.size());
+        QVERIFY2(chiSquare < 140, qPrintable(QString::number(chiSquare)));
     }
 };
 

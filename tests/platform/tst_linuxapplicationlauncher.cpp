@@ -1,4 +1,5 @@
 #include "platform/LinuxApplicationLauncher.h"
+#include "support/Files.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -24,11 +25,10 @@ class TestLinuxApplicationLauncher : public QObject
 
     void writeEntry(const QString &lines)
     {
-        QFile entry(m_data.filePath("applications/" + bundleId + ".desktop"));
-        QVERIFY(entry.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        entry.write(("[Desktop Entry]\nType=Application\nName=Pexi\nIcon=pexi\n" +
-                     QString(lines).replace("$SCRIPT", m_script))
-                        .toUtf8());
+        QVERIFY(writeFile(m_data.filePath("applications/" + bundleId + ".desktop"),
+                          ("[Desktop Entry]\nType=Application\nName=Pexi\nIcon=pexi\n" +
+                           QString(lines).replace("$SCRIPT", m_script))
+                              .toUtf8()));
     }
 
 private slots:
@@ -42,13 +42,11 @@ private slots:
         qputenv("DESKTOP_STARTUP_ID", "worker-token");
         m_script = m_data.filePath("main-app");
         m_output = m_data.filePath("launched");
-        QFile script(m_script);
-        QVERIFY(script.open(QIODevice::WriteOnly));
-        script.write("#!/bin/sh\n{ echo \"${DESKTOP_STARTUP_ID:-no token}\"; printf '%s\\n' "
-                     "\"$@\"; } > " +
-                     m_output.toUtf8() + ".part\nmv " + m_output.toUtf8() + ".part " +
-                     m_output.toUtf8() + "\n");
-        script.setPermissions(script.permissions() | QFile::ExeOwner);
+        const QByteArray output = m_output.toUtf8();
+        QVERIFY(writeFile(m_script, "#!/bin/sh\n{ echo \"${DESKTOP_STARTUP_ID:-no token}\"; "
+                                    "printf '%s\\n' \"$@\"; } > " +
+                                        output + ".part\nmv " + output + ".part " + output + "\n"));
+        QVERIFY(QFile::setPermissions(m_script, QFile::ReadOwner | QFile::ExeOwner));
     }
     void cleanup() { QFile::remove(m_output); }
 
@@ -85,9 +83,7 @@ private slots:
         if (!installed)
             return;
         QTRY_VERIFY(QFile::exists(m_output));
-        QFile output(m_output);
-        QVERIFY(output.open(QIODevice::ReadOnly));
-        QCOMPARE(QString::fromUtf8(output.readAll()).split('\n', Qt::SkipEmptyParts),
+        QCOMPARE(QString::fromUtf8(readFile(m_output)).split('\n', Qt::SkipEmptyParts),
                  QStringList{"no token"} + started);
     }
 };

@@ -1,3 +1,5 @@
+#include "support/Files.h"
+
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QRegularExpression>
@@ -57,22 +59,11 @@ class TestVaultCli : public QObject
         return result.exitCode == 0 ? result.out.split('\n', Qt::SkipEmptyParts)
                                     : QStringList{"FAILED: " + result.err};
     }
-    QByteArray vaultBytes() const
+    QByteArray vaultBytes() const { return readFile(vaultFile()) + readFile(vaultFile() + "-wal"); }
+    QString written(const QString &name, const QByteArray &content)
     {
-        QByteArray bytes;
-        for (const char *suffix : {"", "-wal"}) {
-            QFile file(vaultFile() + suffix);
-            if (file.open(QIODevice::ReadOnly))
-                bytes += file.readAll();
-        }
-        return bytes;
-    }
-    QString writeFile(const QString &name, const QByteArray &content)
-    {
-        QFile file(m_dir->path() + "/" + name);
-        file.open(QIODevice::WriteOnly);
-        file.write(content);
-        return file.fileName();
+        const QString path = m_dir->filePath(name);
+        return writeFile(path, content) ? path : QString();
     }
 
     // A vault from the first nine pictures; the letters printed name them in the grids.
@@ -129,7 +120,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, csv);
         QFETCH(QString, summary);
         QFETCH(QStringList, expected);
-        const QString file = writeFile("export.csv", csv);
+        const QString file = written("export.csv", csv);
         const Result first = run({"import", file});
         QVERIFY2(first.exitCode == 0 && first.out.startsWith(summary), qPrintable(first.out));
         QCOMPARE(listed(), expected);
@@ -180,9 +171,9 @@ private Q_SLOTS:
         // Titles, user names and sites are stored trimmed; "list" prints them tab-separated.
         QCOMPARE(run({"add", "--title", " Existing ", "--username", " ann "}, "pw\r\n").exitCode,
                  0);
-        arguments.replace("<bad.csv>", writeFile("bad.csv", "title,url,username,password\n"
-                                                            "ok,ok.example,u,p\n"
-                                                            "broken,\"unterminated,u,p\n"));
+        arguments.replace("<bad.csv>", written("bad.csv", "title,url,username,password\n"
+                                                          "ok,ok.example,u,p\n"
+                                                          "broken,\"unterminated,u,p\n"));
         if (recall == "<wrong>") // every letter one place along
             for (QChar &c : recall = m_letters)
                 c = c == ' ' ? c : QChar(c.unicode() == 'O' ? 'A' : c.unicode() + 1);
@@ -233,7 +224,7 @@ private Q_SLOTS:
         const int rows = 20000;
         for (int i = 0; i < rows; ++i)
             csv += QStringLiteral("Site %1,site%1.example,user,pw%1\n").arg(i).toUtf8();
-        const QString file = writeFile("big.csv", csv);
+        const QString file = written("big.csv", csv);
         const auto startOver = [this] {
             for (const char *suffix : {"", "-wal", "-shm"})
                 QFile::remove(vaultFile() + suffix);
