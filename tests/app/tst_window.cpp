@@ -195,7 +195,7 @@ private Q_SLOTS:
         QTRY_VERIFY((made = spare())); // once after launch
         QFETCH(QString, change);
         if (!change.isEmpty()) {
-            for (const QString &suffix : {"", "-wal", "-shm"})
+            for (const char *suffix : {"", "-wal", "-shm"})
                 QFile::remove(o.v.vault.filePath() + suffix);
             o.v.vault.reloadHeader();
         }
