@@ -6,12 +6,6 @@
 
 namespace pexi {
 
-StaticTextLabel::StaticTextLabel(QWidget *parent) : QLabel(parent)
-{
-    m_laidOut.setTextFormat(Qt::PlainText);
-    m_laidOut.setPerformanceHint(QStaticText::AggressiveCaching);
-}
-
 bool StaticTextLabel::isPlainLine() const
 {
     const bool rich = textFormat() == Qt::RichText ||
@@ -25,21 +19,16 @@ void StaticTextLabel::paintEvent(QPaintEvent *event)
         QLabel::paintEvent(event);
         return;
     }
-    if (m_text != text() || m_font != font()) {
-        m_text = text();
-        m_font = font();
-        m_laidOut.setText(m_text);
-        m_laidOut.prepare(QTransform(), m_font);
-    }
+    const QStaticText &laidOut = m_text.in(text(), font());
     QPainter painter(this);
-    painter.setFont(m_font);
+    painter.setFont(font());
     painter.setPen(
         palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()));
     const QRect area = contentsRect().adjusted(margin(), margin(), -margin(), -margin());
     const Qt::Alignment aligned = QStyle::visualAlignment(layoutDirection(), alignment());
     painter.drawStaticText(
-        QStyle::alignedRect(layoutDirection(), aligned, m_laidOut.size().toSize(), area).topLeft(),
-        m_laidOut);
+        QStyle::alignedRect(layoutDirection(), aligned, laidOut.size().toSize(), area).topLeft(),
+        laidOut);
 }
 
 } // namespace pexi

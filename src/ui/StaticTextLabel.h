@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QFont>
+#include "ui/LaidOutText.h"
+
 #include <QLabel>
-#include <QStaticText>
 
 namespace pexi {
 
@@ -13,7 +13,7 @@ class StaticTextLabel : public QLabel
 {
     Q_OBJECT
 public:
-    explicit StaticTextLabel(QWidget *parent = nullptr);
+    explicit StaticTextLabel(QWidget *parent = nullptr) : QLabel(parent) {}
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -21,10 +21,7 @@ protected:
 private:
     bool isPlainLine() const;
 
-    QStaticText m_laidOut;
-    // What `m_laidOut` was laid out from.
-    QString m_text;
-    QFont m_font;
+    LaidOutText m_text;
 };
 
 } // namespace pexi

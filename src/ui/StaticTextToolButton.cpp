@@ -4,12 +4,6 @@
 
 namespace pexi {
 
-StaticTextToolButton::StaticTextToolButton(QWidget *parent) : QToolButton(parent)
-{
-    m_laidOut.setTextFormat(Qt::PlainText);
-    m_laidOut.setPerformanceHint(QStaticText::AggressiveCaching);
-}
-
 bool StaticTextToolButton::isAtRest() const
 {
     return autoRaise() && icon().isNull() && !underMouse() && !isDown() && !isChecked() &&
@@ -22,20 +16,15 @@ void StaticTextToolButton::paintEvent(QPaintEvent *event)
         QToolButton::paintEvent(event);
         return;
     }
-    if (m_text != text() || m_font != font()) {
-        m_text = text();
-        m_font = font();
-        m_laidOut.setText(m_text);
-        m_laidOut.prepare(QTransform(), m_font);
-    }
+    const QStaticText &laidOut = m_text.in(text(), font());
     QPainter painter(this);
-    painter.setFont(m_font);
+    painter.setFont(font());
     painter.setPen(
         palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::ButtonText));
-    const QSizeF size = m_laidOut.size();
+    const QSizeF size = laidOut.size();
     painter.drawStaticText(
         QPointF(qRound((width() - size.width()) / 2), qRound((height() - size.height()) / 2)),
-        m_laidOut);
+        laidOut);
 }
 
 } // namespace pexi

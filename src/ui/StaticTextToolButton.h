@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QFont>
-#include <QStaticText>
+#include "ui/LaidOutText.h"
+
 #include <QToolButton>
 
 namespace pexi {
@@ -14,7 +14,7 @@ class StaticTextToolButton : public QToolButton
 {
     Q_OBJECT
 public:
-    explicit StaticTextToolButton(QWidget *parent = nullptr);
+    explicit StaticTextToolButton(QWidget *parent = nullptr) : QToolButton(parent) {}
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -22,10 +22,7 @@ protected:
 private:
     bool isAtRest() const;
 
-    QStaticText m_laidOut;
-    // What `m_laidOut` was laid out from.
-    QString m_text;
-    QFont m_font;
+    LaidOutText m_text;
 };
 
 } // namespace pexi
