@@ -34,6 +34,21 @@ inline quint16 freePort()
     return ntohs(address.sin_port);
 }
 
+// The environment of a worker that keeps to `root`: its data, settings and runtime directory
+// there, no keyring, and analytics sent to a port where nothing listens, so they fail at once
+// and never leave the machine.
+inline QProcessEnvironment isolatedWorkerEnvironment(const QString &root)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("PEXI_DATA_DIR"), root + QStringLiteral("/data"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), root + QStringLiteral("/config"));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), root);
+    environment.insert(QStringLiteral("PEXI_NO_KEYRING"), QStringLiteral("1"));
+    environment.insert(QStringLiteral("PEXI_ANALYTICS_BASE"),
+                       QStringLiteral("http://127.0.0.1:%1/").arg(freePort()));
+    return environment;
+}
+
 inline bool accepts(quint16 port)
 {
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);

@@ -564,15 +564,8 @@ int main(int argc, char *argv[])
     const QString workerBinary = binDir + QStringLiteral("/pexi-worker");
 
     QTemporaryDir root;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment environment = isolatedWorkerEnvironment(root.path());
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    environment.insert(QStringLiteral("PEXI_DATA_DIR"), root.path() + QStringLiteral("/data"));
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), root.path() + QStringLiteral("/config"));
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), root.path());
-    environment.insert(QStringLiteral("PEXI_NO_KEYRING"), QStringLiteral("1"));
-    // Nothing listens there: analytics fail at once and never leave the machine.
-    environment.insert(QStringLiteral("PEXI_ANALYTICS_BASE"),
-                       QStringLiteral("http://127.0.0.1:%1/").arg(freePort()));
     makeWorkerVault(binDir + QStringLiteral("/pexi-vault"), environment);
 
     // Start-up: one run to warm the page cache, then the median of seven.

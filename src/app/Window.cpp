@@ -14,7 +14,6 @@ namespace pexi {
 Window::Window(WindowServices services)
     : m_services(std::move(services)), m_spare(m_services.recall)
 {
-    m_spare.prepareWhenIdle();
 }
 
 void Window::showAt(QPointF point)

@@ -127,14 +127,7 @@ int main(int argc, char *argv[])
     const QString worker = binDir + QStringLiteral("/pexi-worker");
 
     QTemporaryDir root;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("PEXI_DATA_DIR"), root.path() + QStringLiteral("/data"));
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), root.path() + QStringLiteral("/config"));
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), root.path());
-    environment.insert(QStringLiteral("PEXI_NO_KEYRING"), QStringLiteral("1"));
-    // Nothing listens there: analytics fail at once and never leave the machine.
-    environment.insert(QStringLiteral("PEXI_ANALYTICS_BASE"),
-                       QStringLiteral("http://127.0.0.1:%1/").arg(freePort()));
+    QProcessEnvironment environment = isolatedWorkerEnvironment(root.path());
     // The desktop's own theme and bus stay out of it.
     environment.remove(QStringLiteral("QT_QPA_PLATFORMTHEME"));
     environment.remove(QStringLiteral("XDG_CURRENT_DESKTOP"));
