@@ -1,5 +1,7 @@
 #pragma once
 
+#include "inventory/ElidedTextCache.h"
+
 #include <QColor>
 #include <QFont>
 #include <QFontMetrics>
@@ -17,6 +19,8 @@ class InventoryItemDelegate : public QStyledItemDelegate
     Q_OBJECT
 public:
     static constexpr int rowHeight = 44;
+    // Lines kept laid out per font: several screens of rows.
+    static constexpr int cachedLines = 200;
 
     explicit InventoryItemDelegate(QObject *parent = nullptr);
 
@@ -36,10 +40,10 @@ signals:
 private:
     const QPixmap &menuIcon(const QColor &color, qreal ratio) const;
 
-    const QFont m_titleFont;
-    const QFont m_usernameFont;
     const QFontMetrics m_titleMetrics;
     const QFontMetrics m_usernameMetrics;
+    mutable ElidedTextCache m_titles;
+    mutable ElidedTextCache m_usernames;
     mutable QPixmap m_menuIcon;
     mutable QColor m_menuIconColor;
 };
