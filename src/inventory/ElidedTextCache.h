@@ -2,34 +2,34 @@
 
 #include <QCache>
 #include <QFont>
-#include <QStaticText>
 #include <QString>
+#include <QTextLayout>
+
+class QPainter;
 
 namespace pexi {
 
-// Lines of plain text in one font, each laid out once, cut with an ellipsis to a width, and drawn
-// from that layout afterwards. Shaping a line of Inter costs several times drawing its glyphs,
-// and the rows a search keystroke or a scroll shows were mostly painted moments before. Holds at
-// most `capacity` lines, the least recently drawn going first; a new width starts afresh.
+// Lines of plain text in one font, each shaped once, cut with an ellipsis to a width, and drawn
+// from that layout afterwards. Shaping a line of Inter costs more than drawing its glyphs, and
+// the rows a search keystroke or a scroll shows were often painted moments before. Holds at most
+// `capacity` lines, the least recently drawn going first; a new width starts afresh.
 class ElidedTextCache
 {
 public:
     ElidedTextCache(const QFont &font, int capacity);
 
-    // `text` as drawn within `width`: whole when it fits, else cut at the right with an ellipsis.
-    QStaticText line(const QString &text, int width);
-    // The painter draws a line in its own font: set it to this one first.
-    const QFont &font() const { return m_font; }
-    // Where to draw a line so that its baseline falls on `baseline`.
-    QPointF topLeft(QPoint baseline) const;
+    // Draws `text` in the painter's pen from `baseline`: whole when it fits in `width`, else cut
+    // at the right with an ellipsis, exactly as QPainter::drawText would draw that text.
+    void draw(QPainter *painter, QPoint baseline, const QString &text, int width);
 
 private:
-    QStaticText laidOut(const QString &text) const;
+    const QTextLayout &line(const QString &text, int width);
+    QTextLayout *laidOut(const QString &text) const;
 
     const QFont m_font;
     const qreal m_ascent;
     int m_width = -1;
-    QCache<QString, QStaticText> m_lines;
+    QCache<QString, QTextLayout> m_lines;
 };
 
 } // namespace pexi

@@ -50,17 +50,14 @@ void InventoryItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem 
     const int height = m_titleMetrics.height() +
                        (username.isEmpty() ? 0 : m_usernameMetrics.height() - lineOverlap);
     const int top = text.top() + (text.height() - height) / 2;
-    painter->setFont(m_titles.font());
     painter->setPen(appearance.color(Appearance::Color::Text));
-    const QPoint titleBaseline(text.left(), top + m_titleMetrics.ascent());
-    painter->drawStaticText(m_titles.topLeft(titleBaseline), m_titles.line(title, text.width()));
+    m_titles.draw(painter, QPoint(text.left(), top + m_titleMetrics.ascent()), title, text.width());
     if (!username.isEmpty()) {
-        painter->setFont(m_usernames.font());
         painter->setPen(appearance.color(Appearance::Color::SecondaryText));
-        const QPoint usernameBaseline(text.left(), top + m_titleMetrics.height() - lineOverlap +
-                                                       m_usernameMetrics.ascent());
-        painter->drawStaticText(m_usernames.topLeft(usernameBaseline),
-                                m_usernames.line(username, text.width()));
+        m_usernames.draw(painter,
+                         QPoint(text.left(), top + m_titleMetrics.height() - lineOverlap +
+                                                 m_usernameMetrics.ascent()),
+                         username, text.width());
     }
 
     const QRect icon(button.center() - QPoint(iconSize / 2, iconSize / 2),
