@@ -35,28 +35,32 @@ private slots:
         const QFont font = Appearance::mediumFont(13);
         const QFontMetrics metrics(font);
         const int width = metrics.horizontalAdvance(text) + slack;
-        const auto painted = [&](const std::function<void(QPainter &)> &draw) {
-            QImage image(QSize(320, 24) * ratio, QImage::Format_RGB32);
-            image.setDevicePixelRatio(ratio);
+        const auto painted = [&](qreal at, const std::function<void(QPainter &)> &draw) {
+            QImage image(QSize(320, 24) * at, QImage::Format_RGB32);
+            image.setDevicePixelRatio(at);
             image.fill(Qt::white);
             QPainter painter(&image);
             painter.setPen(Qt::darkGray);
             draw(painter);
             return image;
         };
-        const QImage expected = painted([&](QPainter &painter) {
-            painter.setFont(font);
-            painter.drawText(QPoint(4, 17),
-                             slack >= 0 ? text : metrics.elidedText(text, Qt::ElideRight, width));
-        });
-        ElidedTextCache cache(font, 1);
-        const auto drawn = [&](int at) {
-            return painted(
-                [&](QPainter &painter) { cache.draw(&painter, QPoint(4, 17), text, at); });
+        const auto expected = [&](qreal at) {
+            return painted(at, [&](QPainter &painter) {
+                painter.setFont(font);
+                painter.drawText(QPoint(4, 17),
+                                 slack >= 0 ? text
+                                            : metrics.elidedText(text, Qt::ElideRight, width));
+            });
         };
-        drawn(width / 2);
-        QCOMPARE(drawn(width), expected);
-        QCOMPARE(drawn(width), expected);
+        ElidedTextCache cache(font, 1);
+        const auto drawn = [&](int within, qreal at) {
+            return painted(at, [&](QPainter &p) { cache.draw(&p, QPoint(4, 17), text, within); });
+        };
+        drawn(width / 2, ratio);
+        QCOMPARE(drawn(width, ratio), expected(ratio));
+        // Drawn again, and on a screen of another pixel ratio.
+        QCOMPARE(drawn(width, ratio), expected(ratio));
+        QCOMPARE(drawn(width, 3 - ratio), expected(3 - ratio));
     }
 };
 
