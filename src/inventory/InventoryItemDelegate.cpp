@@ -16,6 +16,8 @@ constexpr int buttonSize = 28;
 constexpr int iconSize = 20;
 // The user name is tucked under the title: the two lines overlap a little by design.
 constexpr int lineOverlap = 2;
+// Titles, and user names, kept laid out: several screens of rows.
+constexpr int cachedLines = 200;
 
 } // namespace
 

@@ -3,7 +3,6 @@
 #include "inventory/ElidedTextCache.h"
 
 #include <QColor>
-#include <QFont>
 #include <QFontMetrics>
 #include <QPixmap>
 #include <QStyledItemDelegate>
@@ -19,8 +18,6 @@ class InventoryItemDelegate : public QStyledItemDelegate
     Q_OBJECT
 public:
     static constexpr int rowHeight = 44;
-    // Lines kept laid out per font: several screens of rows.
-    static constexpr int cachedLines = 200;
 
     explicit InventoryItemDelegate(QObject *parent = nullptr);
 
