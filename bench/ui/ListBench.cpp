@@ -9,6 +9,7 @@
 #include "core/SyncService.h"
 #include "extension/BrowserController.h"
 #include "inventory/InventoryViewController.h"
+#include "ui/Appearance.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -104,6 +105,9 @@ template <class Flow> double untilShown(ListOnScreen &shown, Flow flow)
 
 void benchList()
 {
+    // The worker's fonts, style and style sheet: the list, its field and its scroll bar as drawn
+    // on screen.
+    Appearance::instance().apply();
     for (const auto &[count, label] : {std::pair{10000, "10k"}, {100000, "100k"}}) {
         BenchVault bench(count);
         ListOnScreen shown(bench);

@@ -16,23 +16,16 @@ constexpr int buttonSize = 28;
 constexpr int iconSize = 20;
 // The user name is tucked under the title: the two lines overlap a little by design.
 constexpr int lineOverlap = 2;
-
-// One line from its baseline, cut with an ellipsis when it does not fit. Shaping a text costs
-// more than drawing it, so a text too short to overflow even in its widest glyph is not measured.
-void drawLine(QPainter *painter, const QFontMetrics &metrics, QPoint baseline, const QString &text,
-              int width)
-{
-    const bool fits = text.size() * qsizetype(metrics.maxWidth()) <= width ||
-                      metrics.horizontalAdvance(text) <= width;
-    painter->drawText(baseline, fits ? text : metrics.elidedText(text, Qt::ElideRight, width));
-}
+// Titles, and user names, kept laid out: several screens of rows.
+constexpr int cachedLines = 200;
 
 } // namespace
 
 InventoryItemDelegate::InventoryItemDelegate(QObject *parent)
-    : QStyledItemDelegate(parent), m_titleFont(Appearance::mediumFont(13)),
-      m_usernameFont(Appearance::regularFont(12)), m_titleMetrics(m_titleFont),
-      m_usernameMetrics(m_usernameFont)
+    : QStyledItemDelegate(parent), m_titleMetrics(Appearance::mediumFont(13)),
+      m_usernameMetrics(Appearance::regularFont(12)),
+      m_titles(Appearance::mediumFont(13), cachedLines),
+      m_usernames(Appearance::regularFont(12), cachedLines)
 {
 }
 
@@ -59,17 +52,14 @@ void InventoryItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem 
     const int height = m_titleMetrics.height() +
                        (username.isEmpty() ? 0 : m_usernameMetrics.height() - lineOverlap);
     const int top = text.top() + (text.height() - height) / 2;
-    painter->setFont(m_titleFont);
     painter->setPen(appearance.color(Appearance::Color::Text));
-    drawLine(painter, m_titleMetrics, QPoint(text.left(), top + m_titleMetrics.ascent()), title,
-             text.width());
+    m_titles.draw(painter, QPoint(text.left(), top + m_titleMetrics.ascent()), title, text.width());
     if (!username.isEmpty()) {
-        painter->setFont(m_usernameFont);
         painter->setPen(appearance.color(Appearance::Color::SecondaryText));
-        drawLine(painter, m_usernameMetrics,
-                 QPoint(text.left(),
-                        top + m_titleMetrics.height() - lineOverlap + m_usernameMetrics.ascent()),
-                 username, text.width());
+        m_usernames.draw(painter,
+                         QPoint(text.left(), top + m_titleMetrics.height() - lineOverlap +
+                                                 m_usernameMetrics.ascent()),
+                         username, text.width());
     }
 
     const QRect icon(button.center() - QPoint(iconSize / 2, iconSize / 2),

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "inventory/ElidedTextCache.h"
+
 #include <QColor>
-#include <QFont>
 #include <QFontMetrics>
 #include <QPixmap>
 #include <QStyledItemDelegate>
@@ -36,10 +37,10 @@ signals:
 private:
     const QPixmap &menuIcon(const QColor &color, qreal ratio) const;
 
-    const QFont m_titleFont;
-    const QFont m_usernameFont;
     const QFontMetrics m_titleMetrics;
     const QFontMetrics m_usernameMetrics;
+    mutable ElidedTextCache m_titles;
+    mutable ElidedTextCache m_usernames;
     mutable QPixmap m_menuIcon;
     mutable QColor m_menuIconColor;
 };
