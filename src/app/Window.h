@@ -25,8 +25,8 @@ struct WindowServices
 
 // Opens the floating window: the unlock, with the welcome over it until the user has read it
 // once, or the password list over the unlock while the vault is open. Slides the list in after
-// each unlock made in it. The next showing's window and unlock are made ahead, once after launch
-// and after each window goes, while nothing else is happening.
+// each unlock made in it. After each window goes, the next showing's window and unlock are made
+// ahead while nothing else is happening.
 class Window : public WindowPresenter, public RecallViewControllerDelegate
 {
 public:
