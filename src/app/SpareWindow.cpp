@@ -4,9 +4,27 @@
 #include "app/RecallWrapperViewController.h"
 
 #include <QImage>
+#include <QLayout>
 #include <QTimer>
 
 namespace pexi {
+
+namespace {
+
+// Drawing a hidden window lays it out but leaves its layouts to be done again: each inner
+// layout, once done, asks the ones around it to redo theirs, which a hidden window puts off
+// until it shows. Done innermost first, every layout is left done, and showing the window
+// lays out nothing.
+void finishLayouts(QWidget *widget)
+{
+    for (QObject *child : widget->children())
+        if (child->isWidgetType() && !static_cast<QWidget *>(child)->isWindow())
+            finishLayouts(static_cast<QWidget *>(child));
+    if (QLayout *layout = widget->layout())
+        layout->activate();
+}
+
+} // namespace
 
 SpareWindow::SpareWindow(RecallServices services, QObject *parent)
     : QObject(parent), m_services(services)
@@ -46,7 +64,9 @@ SpareWindow::Window SpareWindow::take()
 
 SpareWindow::Shows SpareWindow::current() const
 {
-    return {m_services.vault.exists(), m_services.grids.grids()};
+    if (!m_services.vault.exists())
+        return {};
+    return {true, m_services.grids.gridNames()};
 }
 
 SpareWindow::Window SpareWindow::build()
@@ -56,8 +76,12 @@ SpareWindow::Window SpareWindow::build()
     // Drawn once where no one sees it: this styles and lays out every screen in it now, and
     // draws what its screens keep drawn (the pictures with their boxes and letters, the laid
     // out texts), so that showing it only puts those on the screen.
-    QImage canvas(window->size(), QImage::Format_ARGB32_Premultiplied);
+    // At the screen's pixel ratio, so that what is drawn is what the screen will show.
+    const qreal ratio = window->devicePixelRatioF();
+    QImage canvas(window->size() * ratio, QImage::Format_ARGB32_Premultiplied);
+    canvas.setDevicePixelRatio(ratio);
     window->render(&canvas);
+    finishLayouts(window);
     // Its native window and backing store too; unmapped, nothing of it shows.
     window->winId();
     return {window, recall};

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "core/ImageGrid.h"
 #include "recall/RecallViewController.h"
 
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QStringList>
 
 namespace pexi {
 
@@ -39,11 +39,12 @@ public:
     FloatingWindow *spare() const { return m_spare; }
 
 private:
-    // What a new unlock shows: the making of a vault, or the vault's grids.
+    // What a new unlock shows: the making of a vault, or the vault's grids. Compared before
+    // every showing, so it holds the header's own lists, which compare at once while shared.
     struct Shows
     {
         bool vaultExists = false;
-        QList<ImageGrid> grids;
+        QList<QStringList> gridNames;
         bool operator==(const Shows &) const = default;
     };
     Shows current() const;

@@ -21,13 +21,20 @@ QList<ImageGrid> GridLibrary::grids() const
         return {};
     try {
         QList<ImageGrid> grids;
-        for (const QStringList &names : m_vault.header().grids)
+        for (const QStringList &names : gridNames())
             grids.append(ImageGrid(names));
         return grids.size() == 3 ? grids : QList<ImageGrid>();
-    } catch (const VaultError &) {
-        return {};
     } catch (const std::invalid_argument &) {
         return {}; // a grid naming a picture this build does not have
+    }
+}
+
+QList<QStringList> GridLibrary::gridNames() const
+{
+    try {
+        return m_vault.header().grids;
+    } catch (const VaultError &) {
+        return {};
     }
 }
 

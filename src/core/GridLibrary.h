@@ -17,6 +17,9 @@ public:
 
     // Exactly three grids, or none when there is no readable vault.
     QList<ImageGrid> grids() const;
+    // The picture names of the grids of the vault, which exists, as its header keeps them: the
+    // header's own lists, not copies. None when the header cannot be read.
+    QList<QStringList> gridNames() const;
     // The canonical secret for the picked indices of each grid (page order). The names in each
     // grid are sorted, so the secret does not depend on where the pictures sit.
     QString deriveRecallSecret(const QList<QList<int>> &pickedIndices) const;

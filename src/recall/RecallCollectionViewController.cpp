@@ -1,38 +1,63 @@
 #include "recall/RecallCollectionViewController.h"
 
+#include "recall/RecallCollectionAccessibility.h"
 #include "recall/RecallCollectionViewControllerDelegate.h"
-#include "recall/RecallCollectionViewItem.h"
+#include "ui/Appearance.h"
+#include "ui/PaintRatio.h"
 
-#include <QGridLayout>
+#include <QAccessible>
 #include <QKeyEvent>
+#include <QPainter>
 
+void mark(const char *);
 namespace pexi {
+
+namespace {
+
+constexpr int spacing = 8;
+// What one picture asks for, and the least it can be drawn at.
+constexpr QSize itemSizeHint(88, 72);
+constexpr QSize itemMinimumSize(24, 24);
+
+// The start of the `index`th of `count` equal spans of `length`, with `spacing` between them.
+int spanStart(int index, int count, int length)
+{
+    return (index * (length + spacing)) / count;
+}
+
+QSize gridSize(QSize item)
+{
+    const int columns = RecallCollectionViewController::numberOfItemsPerSection;
+    const int rows = RecallCollectionViewController::numberOfSections;
+    return {columns * item.width() + (columns - 1) * spacing,
+            rows * item.height() + (rows - 1) * spacing};
+}
+
+} // namespace
 
 const QStringList RecallCollectionViewController::letters =
     QString("ABCDEFGHIJKLMNO").split(QString(), Qt::SkipEmptyParts);
 
 RecallCollectionViewController::RecallCollectionViewController(QWidget *parent) : QWidget(parent)
 {
+    installRecallCollectionAccessibility();
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(QStringLiteral("Picture grid"));
-    auto *layout = new QGridLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(8);
-    for (int index = 0; index < ImageGrid::PictureCount; ++index) {
-        auto *item = new RecallCollectionViewItem(this);
-        item->setLetter(letters.at(index));
-        connect(item, &RecallCollectionViewItem::clicked, this,
-                [this, index] { toggleSelectionAt(index); });
-        layout->addWidget(item, index / numberOfItemsPerSection, index % numberOfItemsPerSection);
-        m_items[size_t(index)] = item;
-    }
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    // It covers itself with its background, so that what is behind it is not drawn first.
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    for (int index = 0; index < ImageGrid::PictureCount; ++index)
+        m_items[size_t(index)].setLetter(letters.at(index));
+    connect(&Appearance::instance(), &Appearance::changed, this,
+            &RecallCollectionViewController::redraw);
 }
 
 void RecallCollectionViewController::setImageGrid(const std::optional<ImageGrid> &grid)
 {
     m_imageGrid = grid;
     for (int index = 0; index < ImageGrid::PictureCount; ++index)
-        item(index)->setPictureName(grid ? grid->pictureName(index) : QString());
+        m_items[size_t(index)].setPictureName(grid ? grid->pictureName(index) : QString());
+    redraw();
 }
 
 bool RecallCollectionViewController::hasCompletedSelection() const
@@ -42,14 +67,9 @@ bool RecallCollectionViewController::hasCompletedSelection() const
 
 void RecallCollectionViewController::resetSelection()
 {
-    for (int index : std::as_const(m_selection))
-        item(index)->showUnselected();
-    m_selection.clear();
-}
-
-RecallCollectionViewItem *RecallCollectionViewController::item(int index) const
-{
-    return m_items.at(size_t(index));
+    const QList<int> picked = std::exchange(m_selection, {});
+    for (int index : picked)
+        showPicked(index, false);
 }
 
 void RecallCollectionViewController::toggleSelectionAt(int index)
@@ -57,15 +77,59 @@ void RecallCollectionViewController::toggleSelectionAt(int index)
     if (!m_acceptsPicks || index < 0 || index >= ImageGrid::PictureCount)
         return;
     if (m_selection.removeOne(index)) {
-        item(index)->showUnselected();
+        showPicked(index, false);
     } else {
         if (hasCompletedSelection())
             return;
         m_selection.append(index);
-        item(index)->showSelected();
+        showPicked(index, true);
     }
     if (m_delegate)
         m_delegate->recallCollectionViewControllerDidSelectItem(this);
+}
+
+void RecallCollectionViewController::showPicked(int index, bool picked)
+{
+    RecallCollectionViewItem &item = m_items[size_t(index)];
+    if (picked)
+        item.showSelected();
+    else
+        item.showUnselected();
+    update(itemRect(index));
+    QAccessible::State checked;
+    checked.checked = true;
+    QAccessibleStateChangeEvent event(this, checked);
+    event.setChild(index);
+    QAccessible::updateAccessibility(&event);
+}
+
+QRect RecallCollectionViewController::itemRect(int index) const
+{
+    const int column = index % numberOfItemsPerSection;
+    const int row = index / numberOfItemsPerSection;
+    const int left = spanStart(column, numberOfItemsPerSection, width());
+    const int top = spanStart(row, numberOfSections, height());
+    return QRect(left, top,
+                 spanStart(column + 1, numberOfItemsPerSection, width()) - spacing - left,
+                 spanStart(row + 1, numberOfSections, height()) - spacing - top);
+}
+
+int RecallCollectionViewController::indexAt(QPoint point) const
+{
+    for (int index = 0; index < ImageGrid::PictureCount; ++index)
+        if (itemRect(index).contains(point))
+            return index;
+    return -1;
+}
+
+QSize RecallCollectionViewController::sizeHint() const
+{
+    return gridSize(itemSizeHint);
+}
+
+QSize RecallCollectionViewController::minimumSizeHint() const
+{
+    return gridSize(itemMinimumSize);
 }
 
 void RecallCollectionViewController::keyPressEvent(QKeyEvent *event)
@@ -77,6 +141,58 @@ void RecallCollectionViewController::keyPressEvent(QKeyEvent *event)
         return;
     }
     toggleSelectionAt(int(index));
+}
+
+void RecallCollectionViewController::mousePressEvent(QMouseEvent *event)
+{
+    m_pressedIndex = event->button() == Qt::LeftButton ? indexAt(event->position().toPoint()) : -1;
+    QWidget::mousePressEvent(event);
+}
+
+void RecallCollectionViewController::mouseReleaseEvent(QMouseEvent *event)
+{
+    const int pressed = std::exchange(m_pressedIndex, -1);
+    if (event->button() == Qt::LeftButton && pressed >= 0 &&
+        indexAt(event->position().toPoint()) == pressed)
+        toggleSelectionAt(pressed);
+    QWidget::mouseReleaseEvent(event);
+}
+
+const QPixmap &RecallCollectionViewController::drawn(qreal ratio)
+{
+    if (m_drawn.deviceIndependentSize() == QSizeF(size()) && m_drawn.devicePixelRatio() == ratio)
+        return m_drawn;
+    m_drawn = QPixmap(size() * ratio);
+    m_drawn.setDevicePixelRatio(ratio);
+    m_drawn.fill(palette().color(QPalette::Window));
+    QPainter painter(&m_drawn);
+    for (int index = 0; index < ImageGrid::PictureCount; ++index)
+        m_items[size_t(index)].paint(painter, itemRect(index));
+    return m_drawn;
+}
+
+void RecallCollectionViewController::redraw()
+{
+    m_drawn = {};
+    update();
+}
+
+void RecallCollectionViewController::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::PaletteChange)
+        redraw();
+    QWidget::changeEvent(event);
+}
+
+void RecallCollectionViewController::paintEvent(QPaintEvent *event)
+{
+    QPainter painter(this);
+    painter.drawPixmap(QPoint(), drawn(paintRatio(painter)));
+    for (int index : std::as_const(m_selection)) {
+        const QRect cell = itemRect(index);
+        if (event->region().intersects(cell))
+            m_items[size_t(index)].paintPick(painter, cell);
+    }
 }
 
 } // namespace pexi

@@ -2,8 +2,10 @@
 
 #include "core/Constants.h"
 #include "core/ImageGrid.h"
+#include "recall/RecallCollectionViewItem.h"
 
 #include <QList>
+#include <QPixmap>
 #include <QStringList>
 #include <QWidget>
 
@@ -13,11 +15,15 @@
 namespace pexi {
 
 class RecallCollectionViewControllerDelegate;
-class RecallCollectionViewItem;
 
 // One page of the recall unlock: the fifteen pictures of a grid, five rows of three, picked by
 // a click or by the letter shown on each (A to O, either case). A full grid takes a new pick
 // only after one is taken back.
+//
+// It draws its pictures itself rather than holding a widget for each: every opening of the
+// window shows a grid, and fifteen widgets more to show and paint each time cost more than the
+// rest of the unlock screen. A screen reader still finds each picture as a button of its own
+// (see RecallCollectionAccessibility).
 class RecallCollectionViewController : public QWidget
 {
     Q_OBJECT
@@ -41,13 +47,34 @@ public:
     void setAcceptsPicks(bool accepts) { m_acceptsPicks = accepts; }
 
     void toggleSelectionAt(int index);
-    RecallCollectionViewItem *item(int index) const;
+    const RecallCollectionViewItem &item(int index) const { return m_items.at(size_t(index)); }
+    // Where the picture at `index` is drawn, and the picture at a point (-1 between pictures).
+    QRect itemRect(int index) const;
+    int indexAt(QPoint point) const;
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 protected:
+    void changeEvent(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
 
 private:
-    std::array<RecallCollectionViewItem *, ImageGrid::PictureCount> m_items{};
+    void showPicked(int index, bool picked);
+    // The grid unpicked over its background, at its size in device pixels of `ratio`: drawn
+    // once, and again only when its size, ratio, pictures or colours change. Putting it on the
+    // screen is then one copy, where drawing its fifteen pictures took most of showing the
+    // unlock.
+    const QPixmap &drawn(qreal ratio);
+    void redraw();
+
+    std::array<RecallCollectionViewItem, ImageGrid::PictureCount> m_items;
+    QPixmap m_drawn;
+    // The picture a press began on: a click is a press and a release on the same picture.
+    int m_pressedIndex = -1;
     std::optional<ImageGrid> m_imageGrid;
     RecallCollectionViewControllerDelegate *m_delegate = nullptr;
     QList<int> m_selection;

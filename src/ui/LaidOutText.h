@@ -1,25 +1,27 @@
 #pragma once
 
+#include <QColor>
 #include <QFont>
-#include <QStaticText>
+#include <QPixmap>
 
 namespace pexi {
 
-// One line of plain text laid out once and kept until its text or font changes: Qt's widgets
-// shape their text anew on every paint, which for short texts costs more than drawing them.
+// One line of plain text drawn once and kept until its text, font, colour or pixel ratio
+// changes: Qt's widgets shape and draw their text anew on every paint, which for short texts
+// costs more than putting a finished picture of them on the screen.
 class LaidOutText
 {
 public:
-    LaidOutText();
-
-    // The text laid out in `font`, laid out again only when either differs from the last call.
-    const QStaticText &in(const QString &text, const QFont &font);
+    // The text in `font` and `color`, at `ratio` device pixels a pixel; drawn again only when
+    // one of those differs from the last call.
+    const QPixmap &drawn(const QString &text, const QFont &font, const QColor &color, qreal ratio);
 
 private:
-    QStaticText m_laidOut;
-    // What `m_laidOut` was laid out from.
+    QPixmap m_drawn;
+    // What `m_drawn` was drawn from.
     QString m_text;
     QFont m_font;
+    QRgb m_color = 0;
 };
 
 } // namespace pexi

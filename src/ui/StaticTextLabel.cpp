@@ -1,5 +1,7 @@
 #include "ui/StaticTextLabel.h"
 
+#include "ui/PaintRatio.h"
+
 #include <QPainter>
 #include <QStyle>
 #include <QTextDocument>
@@ -19,16 +21,17 @@ void StaticTextLabel::paintEvent(QPaintEvent *event)
         QLabel::paintEvent(event);
         return;
     }
-    const QStaticText &laidOut = m_text.in(text(), font());
     QPainter painter(this);
-    painter.setFont(font());
-    painter.setPen(
-        palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()));
+    const QPixmap &drawn = m_text.drawn(
+        text(), font(),
+        palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()),
+        paintRatio(painter));
     const QRect area = contentsRect().adjusted(margin(), margin(), -margin(), -margin());
     const Qt::Alignment aligned = QStyle::visualAlignment(layoutDirection(), alignment());
-    painter.drawStaticText(
-        QStyle::alignedRect(layoutDirection(), aligned, laidOut.size().toSize(), area).topLeft(),
-        laidOut);
+    painter.drawPixmap(QStyle::alignedRect(layoutDirection(), aligned,
+                                           drawn.deviceIndependentSize().toSize(), area)
+                           .topLeft(),
+                       drawn);
 }
 
 } // namespace pexi

@@ -1,5 +1,7 @@
 #include "ui/StaticTextToolButton.h"
 
+#include "ui/PaintRatio.h"
+
 #include <QPainter>
 
 namespace pexi {
@@ -16,15 +18,15 @@ void StaticTextToolButton::paintEvent(QPaintEvent *event)
         QToolButton::paintEvent(event);
         return;
     }
-    const QStaticText &laidOut = m_text.in(text(), font());
     QPainter painter(this);
-    painter.setFont(font());
-    painter.setPen(
-        palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::ButtonText));
-    const QSizeF size = laidOut.size();
-    painter.drawStaticText(
+    const QPixmap &drawn = m_text.drawn(
+        text(), font(),
+        palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::ButtonText),
+        paintRatio(painter));
+    const QSizeF size = drawn.deviceIndependentSize();
+    painter.drawPixmap(
         QPointF(qRound((width() - size.width()) / 2), qRound((height() - size.height()) / 2)),
-        laidOut);
+        drawn);
 }
 
 } // namespace pexi

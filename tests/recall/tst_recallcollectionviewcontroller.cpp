@@ -2,8 +2,8 @@
 
 #include "recall/RecallCollectionViewController.h"
 #include "recall/RecallCollectionViewControllerDelegate.h"
-#include "recall/RecallCollectionViewItem.h"
 
+#include <QAccessible>
 #include <QTest>
 
 using pexi::RecallCollectionViewController;
@@ -19,13 +19,48 @@ struct CountingDelegate : pexi::RecallCollectionViewControllerDelegate
     int calls = 0;
 };
 
-// A step of the user: a click on the picture at an index, or a key ("-": picks turned off, as
-// while an unlock is under way).
+// A step of the user on the picture at an index: a click, its letter typed, a press from a
+// screen reader, a press on it released on the next picture, a click just right of it; or
+// picks turned off, as while an unlock is under way.
 struct Step
 {
-    int click = -1;
+    enum Kind { Click, Key, ReaderPress, DragToNext, ClickBeside, PicksOff } kind;
+    int index = 0;
     char key = 0;
 };
+Step click(int index)
+{
+    return {Step::Click, index};
+}
+Step key(char key)
+{
+    return {Step::Key, 0, key};
+}
+const Step picksOff{Step::PicksOff};
+
+void take(RecallCollectionViewController &grid, const Step &step)
+{
+    const QRect cell = grid.itemRect(step.index);
+    switch (step.kind) {
+    case Step::Click:
+        return QTest::mouseClick(&grid, Qt::LeftButton, {}, cell.center());
+    case Step::Key:
+        return QTest::keyClick(&grid, step.key);
+    case Step::ReaderPress:
+        return QAccessible::queryAccessibleInterface(&grid)
+            ->child(step.index)
+            ->actionInterface()
+            ->doAction(QAccessibleActionInterface::pressAction());
+    case Step::DragToNext:
+        QTest::mousePress(&grid, Qt::LeftButton, {}, cell.center());
+        return QTest::mouseRelease(&grid, Qt::LeftButton, {},
+                                   grid.itemRect(step.index + 1).center());
+    case Step::ClickBeside:
+        return QTest::mouseClick(&grid, Qt::LeftButton, {}, {cell.right() + 4, cell.center().y()});
+    case Step::PicksOff:
+        return grid.setAcceptsPicks(false);
+    }
+}
 
 } // namespace
 
@@ -43,19 +78,23 @@ private Q_SLOTS:
         QTest::addColumn<QList<Step>>("steps");
         QTest::addColumn<QList<int>>("selection");
         QTest::addColumn<int>("reports");
-        QTest::newRow("click") << QList<Step>{{4}} << QList<int>{4} << 1;
+        QTest::newRow("clicks, first and last") << QList{click(0), click(14)} << QList{0, 14} << 2;
         QTest::newRow("lower-case and upper-case letters")
-            << QList<Step>{{-1, 'a'}, {-1, 'O'}} << QList<int>{0, 14} << 2;
+            << QList{key('a'), key('O')} << QList{0, 14} << 2;
         QTest::newRow("the same letter twice takes it back")
-            << QList<Step>{{-1, 'b'}, {-1, 'B'}} << QList<int>{} << 2;
+            << QList{key('b'), key('B')} << QList<int>{} << 2;
         QTest::newRow("P and digits are no pictures")
-            << QList<Step>{{-1, 'p'}, {-1, 'P'}, {-1, '1'}, {-1, '0'}} << QList<int>{} << 0;
+            << QList{key('p'), key('P'), key('1'), key('0')} << QList<int>{} << 0;
+        QTest::newRow("a screen reader's press")
+            << QList{Step{Step::ReaderPress, 7}} << QList{7} << 1;
+        QTest::newRow("released on another picture, or clicked between two: no pick")
+            << QList{Step{Step::DragToNext, 3}, Step{Step::ClickBeside, 4}} << QList<int>{} << 0;
         QTest::newRow("a full grid takes no more")
-            << QList<Step>{{0}, {1}, {2}, {3}, {-1, 'e'}} << QList<int>{0, 1, 2} << 3;
+            << QList{click(0), click(1), click(2), click(3), key('e')} << QList{0, 1, 2} << 3;
         QTest::newRow("until one is taken back")
-            << QList<Step>{{0}, {1}, {2}, {1}, {3}} << QList<int>{0, 2, 3} << 5;
+            << QList{click(0), click(1), click(2), click(1), click(3)} << QList{0, 2, 3} << 5;
         QTest::newRow("nothing while picks are off")
-            << QList<Step>{{1}, {-1, '-'}, {1}, {3}, {-1, 'e'}} << QList<int>{1} << 1;
+            << QList{click(1), picksOff, click(1), click(3), key('e')} << QList{1} << 1;
     }
 
     void picks()
@@ -69,33 +108,33 @@ private Q_SLOTS:
         CountingDelegate delegate;
         grid.setDelegate(&delegate);
         grid.show();
-        for (const Step &step : steps) {
-            if (step.key == '-')
-                grid.setAcceptsPicks(false);
-            else if (step.click >= 0)
-                QTest::mouseClick(grid.item(step.click), Qt::LeftButton);
-            else
-                QTest::keyClick(&grid, step.key);
-        }
+        for (const Step &step : steps)
+            take(grid, step);
         QList<int> picked = grid.selection();
         std::sort(picked.begin(), picked.end());
         QCOMPARE(picked, selection);
         QCOMPARE(delegate.calls, reports);
         QCOMPARE(grid.hasCompletedSelection(), selection.size() == grid.requiredTargetCount);
+        QAccessibleInterface *shown = QAccessible::queryAccessibleInterface(&grid);
+        QCOMPARE(shown->childCount(), pexi::ImageGrid::PictureCount);
         for (int index = 0; index < pexi::ImageGrid::PictureCount; ++index) {
             const bool picked = selection.contains(index);
-            QCOMPARE(grid.item(index)->isChecked(), picked);
-            QCOMPARE(grid.item(index)->borderWidth(), picked ? 3 : 1);
-            QCOMPARE(grid.item(index)->borderAlpha(), picked ? 0.3 : 0.0);
-            // Named for a screen reader by its letter, described by what it shows.
-            QCOMPARE(grid.item(index)->accessibleName(), QString("Picture ") + char('A' + index));
-            QCOMPARE(grid.item(index)->accessibleDescription(),
-                     grid.imageGrid()->pictureName(index));
+            QCOMPARE(grid.item(index).borderWidth(), picked ? 3 : 1);
+            QCOMPARE(grid.item(index).borderAlpha(), picked ? 0.3 : 0.0);
+            // To a screen reader: a button checked when picked, named by its letter, described
+            // by what it shows, found where it is drawn.
+            QAccessibleInterface *picture = shown->child(index);
+            QCOMPARE(picture->state().checked, picked);
+            QCOMPARE(picture->text(QAccessible::Name), QString("Picture ") + char('A' + index));
+            QCOMPARE(picture->text(QAccessible::Description), grid.imageGrid()->pictureName(index));
+            QCOMPARE(shown->childAt(picture->rect().center().x(), picture->rect().center().y()),
+                     picture);
+            QCOMPARE(shown->indexOfChild(picture), index);
         }
 
         grid.resetSelection();
         QVERIFY(grid.selection().isEmpty());
-        QVERIFY(!grid.item(selection.value(0))->isChecked());
+        QVERIFY(!shown->child(selection.value(0))->state().checked);
     }
 };
 

@@ -2,7 +2,6 @@
 
 #include "recall/GridPageController.h"
 #include "recall/RecallCollectionViewController.h"
-#include "recall/RecallCollectionViewItem.h"
 #include "recall/VaultSetupViewController.h"
 
 #include <QLabel>
@@ -27,11 +26,11 @@ struct Screen : RecallScreen
     void pick(QString steps, bool click)
     {
         for (const QChar step : steps.remove(u' ')) {
-            if (click && step.isLetter())
-                QTest::mouseClick(
-                    setup()->page(setup()->selectedIndex())->item(step.unicode() - u'A'),
-                    Qt::LeftButton);
-            else
+            if (click && step.isLetter()) {
+                auto *grid = setup()->page(setup()->selectedIndex());
+                QTest::mouseClick(grid, Qt::LeftButton, {},
+                                  grid->itemRect(step.unicode() - u'A').center());
+            } else
                 press(step.toLower());
         }
     }

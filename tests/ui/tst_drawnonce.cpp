@@ -1,4 +1,5 @@
-#include "recall/RecallCollectionViewItem.h"
+#include "core/PictureLibrary.h"
+#include "recall/RecallCollectionViewController.h"
 #include "ui/Appearance.h"
 #include "ui/StaticTextLabel.h"
 #include "ui/StaticTextToolButton.h"
@@ -18,11 +19,11 @@ std::unique_ptr<QWidget> made(const QString &kind)
     else if (kind == u"button")
         widget = std::make_unique<StaticTextToolButton>();
     else
-        widget = std::make_unique<RecallCollectionViewItem>();
+        widget = std::make_unique<RecallCollectionViewController>();
     widget->resize(110, 72);
-    if (auto *item = qobject_cast<RecallCollectionViewItem *>(widget.get())) {
-        item->setPictureName(QStringLiteral("cat"));
-        item->setLetter(QStringLiteral("A"));
+    if (auto *grid = qobject_cast<RecallCollectionViewController *>(widget.get())) {
+        grid->resize(grid->sizeHint());
+        grid->setImageGrid(ImageGrid(PictureLibrary::names().first(ImageGrid::PictureCount)));
         return widget;
     }
     widget->setProperty("text", QStringLiteral("Pick"));
@@ -32,7 +33,7 @@ std::unique_ptr<QWidget> made(const QString &kind)
 
 void change(QWidget &widget, const QString &what)
 {
-    auto *item = qobject_cast<RecallCollectionViewItem *>(&widget);
+    auto *grid = qobject_cast<RecallCollectionViewController *>(&widget);
     if (what == u"text")
         widget.setProperty("text", QStringLiteral("of 3"));
     else if (what == u"font")
@@ -40,15 +41,13 @@ void change(QWidget &widget, const QString &what)
     else if (what == u"disabled")
         widget.setEnabled(false);
     else if (what == u"picture")
-        item->setPictureName(QStringLiteral("dog"));
-    else if (what == u"letter")
-        item->setLetter(QStringLiteral("O"));
+        grid->setImageGrid(ImageGrid(PictureLibrary::names().last(ImageGrid::PictureCount)));
     else if (what == u"dark mode")
         Appearance::instance().setDark(true);
     else if (what == u"size")
-        widget.resize(100, 90);
+        widget.resize(widget.size() + QSize(30, 40));
     else
-        item->showSelected();
+        grid->toggleSelectionAt(4);
 }
 
 } // namespace
@@ -67,8 +66,8 @@ private Q_SLOTS:
         for (const char *kind : {"label", "button"})
             for (const char *what : {"text", "font", "disabled"})
                 QTest::addRow("%s, %s", kind, what) << kind << what;
-        for (const char *what : {"picture", "letter", "dark mode", "size", "picked"})
-            QTest::addRow("picture, %s", what) << "picture" << what;
+        for (const char *what : {"picture", "dark mode", "size", "picked"})
+            QTest::addRow("grid, %s", what) << "grid" << what;
     }
     void drawnAnewOnChange()
     {
@@ -82,7 +81,41 @@ private Q_SLOTS:
         QVERIFY(after != before);
         QCOMPARE(after, fresh->grab().toImage());
     }
+    // Kept at one pixel ratio, it is drawn again at another: drawn at twice the pixels, it
+    // shows what it shows at one, only sharper.
+    void drawnAtEachRatio_data()
+    {
+        QTest::addColumn<QString>("kind");
+        for (const char *kind : {"label", "button", "grid"})
+            QTest::newRow(kind) << kind;
+    }
+    void drawnAtEachRatio()
+    {
+        QFETCH(QString, kind);
+        const std::unique_ptr<QWidget> widget = made(kind);
+        const QImage single = drawnAt(*widget, 1);
+        const QImage halved =
+            drawnAt(*widget, 2)
+                .scaled(single.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        qint64 difference = 0;
+        for (int y = 0; y < single.height(); ++y)
+            for (int x = 0; x < single.width(); ++x)
+                difference += qAbs(qGray(single.pixel(x, y)) - qGray(halved.pixel(x, y)));
+        // Edges differ by smoothing; a picture drawn at the wrong scale or place differs wholly.
+        QVERIFY2(difference < 8LL * single.width() * single.height(),
+                 qPrintable(QString::number(difference / (single.width() * single.height()))));
+    }
     void cleanup() { Appearance::instance().setDark(false); }
+
+private:
+    static QImage drawnAt(QWidget &widget, qreal ratio)
+    {
+        QImage image(widget.size() * ratio, QImage::Format_ARGB32_Premultiplied);
+        image.setDevicePixelRatio(ratio);
+        image.fill(Qt::white);
+        widget.render(&image, {}, {}, QWidget::DrawChildren);
+        return image;
+    }
 };
 
 QTEST_MAIN(TestDrawnOnce)
