@@ -7,7 +7,9 @@
 #include <QString>
 #include <QVariantMap>
 
+#include <array>
 #include <memory>
+#include <optional>
 
 class QSettings;
 class QWidget;
@@ -66,8 +68,14 @@ signals:
 private:
     bool boolForKey(const QString &key) const;
     void setBoolForKey(const QString &key, bool value);
+    // Reads the store again when its file has changed since it was last read.
+    void syncWhenChanged() const;
 
     std::unique_ptr<QSettings> m_settings;
+    // The settings file as it was when last read: a save replaces it (another inode) or
+    // rewrites it (another size or time). None before the first read.
+    using FileState = std::array<qint64, 4>;
+    mutable std::optional<FileState> m_readState;
     QPointer<QWidget> m_windowController;
     QVariantMap m_registeredDefaults;
     bool m_showStatusBarIcon = true;

@@ -28,11 +28,11 @@ void Window::showAt(QPointF point, const InventoryItem &item)
 
 void Window::show(QPointF point, const InventoryItem *item)
 {
-    // Not the item's title: what the vault holds stays out of the log.
+    // Not the item's title: what the vault holds stays out of the log. Whole pixels:
+    // formatting fractions took longer than writing the line.
     logLine(QStringLiteral("floating window opens at (%1, %2)%3")
-                .arg(point.x())
-                .arg(point.y())
-                .arg(item ? QStringLiteral(" for an item") : QString()));
+                .arg(QString::number(qRound(point.x())), QString::number(qRound(point.y())),
+                     item ? QStringLiteral(" for an item") : QString()));
     const auto [window, wrapper] = m_spare.take();
     QObject::connect(window, &QObject::destroyed, &m_spare, &SpareWindow::prepareWhenIdle);
     m_windowController.show(window, point);

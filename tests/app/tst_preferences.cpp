@@ -10,6 +10,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QPointer>
+#include <QSaveFile>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -25,13 +26,26 @@ class TestPreferences : public QObject
     BrowserController m_browsers{m_launcher};
     std::unique_ptr<QSettings> store() const { return m_temporary.store(); }
     std::unique_ptr<Preferences> preferences() const { return m_temporary.preferences(); }
+    // As another program would: the settings file replaced, unknown to this process's QSettings.
+    void storeElsewhere(const QString &key, const QString &value) const
+    {
+        QFile file(store()->fileName());
+        QStringList lines{"[General]"};
+        if (file.open(QIODevice::ReadOnly))
+            lines = QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        lines.removeIf([&](const QString &line) { return line.startsWith(key + u'='); });
+        QSaveFile saved(file.fileName());
+        QVERIFY(saved.open(QIODevice::WriteOnly));
+        saved.write((lines.join(u'\n') + u'\n' + key + u'=' + value + u'\n').toUtf8());
+        QVERIFY(saved.commit());
+    }
 
 private slots:
     void cleanup() { store()->clear(); }
 
     // Steps "auto|notifications|welcome|icon=0|1" go through the setters, "key=true|false" into
-    // the store behind their back. Then: what the four settings read, what is stored, and which
-    // status icon changes were announced ("-" for none).
+    // the store behind their back, "read" reads every setting. Then: what the four settings read,
+    // what is stored, and which status icon changes were announced ("-" for none).
     void settings_data()
     {
         QTest::addColumn<QString>("steps");
@@ -48,6 +62,10 @@ private slots:
             "1 0 1 1 | auto_save_passwords=true save_notifications=false | -");
         row("changed elsewhere", "save_notifications=false show_welcome_screen=false",
             "1 0 0 1 | save_notifications=false show_welcome_screen=false | -");
+        row("changed elsewhere after a read", "read save_notifications=false read",
+            "1 0 1 1 | save_notifications=false | -");
+        row("changed back elsewhere", "welcome=0 read show_welcome_screen=true",
+            "1 1 1 1 | show_welcome_screen=true | -");
         row("icon hidden, shown", "icon=0 icon=1", "1 1 1 1 | - | 0 1");
         row("icon shown while shown", "icon=1", "1 1 1 1 | - | -");
         row("icon hidden twice", "icon=0 icon=0", "1 1 1 0 | - | 0");
@@ -65,17 +83,25 @@ private slots:
             {"notifications", &Preferences::setShowSaveNotifications},
             {"welcome", &Preferences::setShowWelcomeScreen},
             {"icon", &Preferences::setShowStatusBarIcon}};
+        const auto readAll = [&] {
+            QStringList read;
+            for (const bool value :
+                 {settings->autoSavePasswords(), settings->showSaveNotifications(),
+                  settings->showWelcomeScreen(), settings->showStatusBarIcon()})
+                read << QString::number(value);
+            return read;
+        };
         for (const QString &step : steps.split(u' ', Qt::SkipEmptyParts)) {
             const QString key = step.section(u'=', 0, 0), value = step.section(u'=', 1);
-            if (setters.contains(key))
+            if (step == u"read")
+                readAll();
+            else if (setters.contains(key))
                 (settings.get()->*setters[key])(value == "1");
             else
-                store()->setValue(key, value == "true");
+                storeElsewhere(key, value);
         }
-        QStringList read, stored;
-        for (const bool value : {settings->autoSavePasswords(), settings->showSaveNotifications(),
-                                 settings->showWelcomeScreen(), settings->showStatusBarIcon()})
-            read << QString::number(value);
+        const QStringList read = readAll();
+        QStringList stored;
         const auto other = store();
         for (const QString &key : other->allKeys())
             stored << key + "=" + other->value(key).toString();
