@@ -1,79 +1,119 @@
 #include "recall/PageControl.h"
 
 #include "recall/PageControlDelegate.h"
-#include "recall/PageIndicator.h"
 
-#include <QHBoxLayout>
-#include <QIcon>
+#include <QPaintEvent>
+#include <QPainter>
 
 namespace pexi {
 
-PageControl::PageControl(QWidget *parent) : QWidget(parent), m_layout(new QHBoxLayout(this))
+namespace {
+
+constexpr int spacing = 4;
+
+} // namespace
+
+PageControl::PageControl(QWidget *parent) : QWidget(parent), DrawnButtons(this)
 {
-    m_layout->setContentsMargins(0, 0, 0, 0);
-    m_layout->setSpacing(4);
+    // The grids keep the keyboard; the arrow keys page through them.
+    setFocusPolicy(Qt::NoFocus);
+    setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Fixed);
 }
 
 void PageControl::setNumberOfPages(int count)
 {
-    qDeleteAll(m_indicators);
-    m_indicators.clear();
+    m_numberOfPages = std::max(count, 0);
     m_currentPage.reset();
-    for (int page = 0; page < count; ++page) {
-        auto *indicator = new PageIndicator(this);
-        // The grids keep the keyboard; the arrow keys page through them.
-        indicator->setFocusPolicy(Qt::NoFocus);
-        indicator->setAccessibleName(QStringLiteral("Page %1").arg(page + 1));
-        connect(indicator, &QAbstractButton::clicked, this,
-                [this, indicator] { buttonClicked(indicator); });
-        m_layout->addWidget(indicator);
-        m_indicators.append(indicator);
-    }
-    applyImages();
+    updateGeometry();
+    update();
 }
 
 void PageControl::setCurrentPage(std::optional<int> page)
 {
-    m_currentPage = page;
-    for (int index = 0; index < m_indicators.size(); ++index)
-        m_indicators.at(index)->setChecked(page == index);
+    const std::optional<int> previous = std::exchange(m_currentPage, page);
+    if (previous == page)
+        return;
+    for (const std::optional<int> changed : {previous, page})
+        if (changed && *changed >= 0 && *changed < m_numberOfPages)
+            announceCheckedChange(*changed);
+    update();
 }
 
 void PageControl::setSelectedImage(const QPixmap &image)
 {
     m_selectedImage = image;
-    applyImages();
+    update();
 }
 
 void PageControl::setUnselectedImage(const QPixmap &image)
 {
     m_unselectedImage = image;
-    applyImages();
+    update();
 }
 
 void PageControl::setIndicatorSize(const QSize &size)
 {
     m_indicatorSize = size;
-    applyImages();
+    updateGeometry();
+    update();
 }
 
-void PageControl::applyImages()
+QSize PageControl::indicatorBox() const
 {
-    QIcon icon;
-    icon.addPixmap(m_unselectedImage, QIcon::Normal, QIcon::Off);
-    icon.addPixmap(m_selectedImage, QIcon::Normal, QIcon::On);
-    for (QAbstractButton *indicator : std::as_const(m_indicators)) {
-        indicator->setIcon(icon);
-        indicator->setIconSize(m_indicatorSize);
+    // The room a flat tool button gave the same dot.
+    return m_indicatorSize + QSize(3, 3);
+}
+
+QSize PageControl::sizeHint() const
+{
+    const QSize box = indicatorBox();
+    return {std::max(0, m_numberOfPages * (box.width() + spacing) - spacing), box.height()};
+}
+
+QRect PageControl::buttonRect(int index) const
+{
+    const QSize box = indicatorBox();
+    const QSize row = sizeHint();
+    return {QPoint((width() - row.width()) / 2 + index * (box.width() + spacing),
+                   (height() - box.height()) / 2),
+            box};
+}
+
+QString PageControl::buttonName(int index) const
+{
+    return QStringLiteral("Page %1").arg(index + 1);
+}
+
+void PageControl::pressButton(int index)
+{
+    if (m_delegate && index >= 0 && index < m_numberOfPages)
+        m_delegate->pageControl(this, index);
+}
+
+void PageControl::mousePressEvent(QMouseEvent *event)
+{
+    trackPress(event);
+    QWidget::mousePressEvent(event);
+}
+
+void PageControl::mouseReleaseEvent(QMouseEvent *event)
+{
+    trackRelease(event);
+    QWidget::mouseReleaseEvent(event);
+}
+
+void PageControl::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    for (int index = 0; index < m_numberOfPages; ++index) {
+        const QPixmap &dot = m_currentPage == index ? m_selectedImage : m_unselectedImage;
+        const QRect box = buttonRect(index);
+        painter.drawPixmap(
+            QRect(box.topLeft() + QPoint((box.width() - m_indicatorSize.width()) / 2,
+                                         (box.height() - m_indicatorSize.height()) / 2),
+                  m_indicatorSize),
+            dot);
     }
-}
-
-void PageControl::buttonClicked(QAbstractButton *indicator)
-{
-    // The click toggled the button itself; which one is on is the current page's to say.
-    setCurrentPage(m_currentPage);
-    if (m_delegate)
-        m_delegate->pageControl(this, int(m_indicators.indexOf(indicator)));
 }
 
 } // namespace pexi

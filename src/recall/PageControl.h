@@ -1,46 +1,55 @@
 #pragma once
 
+#include "ui/DrawnButtons.h"
+
 #include <QPixmap>
 #include <QWidget>
 
 #include <optional>
 
-class QAbstractButton;
-class QHBoxLayout;
-
 namespace pexi {
 
 class PageControlDelegate;
 
-// A row of page indicators, one toggle button a page: the current one on, the others off. A
-// click on one is told to the delegate, which decides whether the page changes.
-class PageControl : public QWidget
+// A row of page indicators, one dot a page that is a checkable button: the current one on, the
+// others off. A click on one is told to the delegate, which decides whether the page changes.
+// It draws its dots itself rather than holding a widget for each, as the grids do.
+class PageControl : public QWidget, public DrawnButtons
 {
     Q_OBJECT
 public:
     explicit PageControl(QWidget *parent = nullptr);
 
     void setPageControlDelegate(PageControlDelegate *delegate) { m_delegate = delegate; }
-
-    int numberOfPages() const { return int(m_indicators.size()); }
-    // Makes that many indicators afresh, none of them on.
+    int numberOfPages() const { return m_numberOfPages; }
+    // That many indicators, none of them on.
     void setNumberOfPages(int count);
     std::optional<int> currentPage() const { return m_currentPage; }
     // Switches that indicator on and every other off; all off for none.
     void setCurrentPage(std::optional<int> page);
-
     void setSelectedImage(const QPixmap &image);
     void setUnselectedImage(const QPixmap &image);
     void setIndicatorSize(const QSize &size);
 
-    const QList<QAbstractButton *> &indicators() const { return m_indicators; }
+    int buttonCount() const override { return m_numberOfPages; }
+    QRect buttonRect(int index) const override;
+    QString buttonName(int index) const override;
+    bool isButtonChecked(int index) const override { return m_currentPage == index; }
+    void pressButton(int index) override;
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
 
 private:
-    void buttonClicked(QAbstractButton *indicator);
-    void applyImages();
+    // The room each indicator takes: its dot and a little around it.
+    QSize indicatorBox() const;
 
-    QHBoxLayout *m_layout;
-    QList<QAbstractButton *> m_indicators;
+    int m_numberOfPages = 0;
     std::optional<int> m_currentPage;
     QPixmap m_selectedImage;
     QPixmap m_unselectedImage;

@@ -1,11 +1,9 @@
 #include "recall/RecallCollectionViewController.h"
 
-#include "recall/RecallCollectionAccessibility.h"
 #include "recall/RecallCollectionViewControllerDelegate.h"
 #include "ui/Appearance.h"
 #include "ui/PaintRatio.h"
 
-#include <QAccessible>
 #include <QKeyEvent>
 #include <QPainter>
 
@@ -38,9 +36,9 @@ QSize gridSize(QSize item)
 const QStringList RecallCollectionViewController::letters =
     QString("ABCDEFGHIJKLMNO").split(QString(), Qt::SkipEmptyParts);
 
-RecallCollectionViewController::RecallCollectionViewController(QWidget *parent) : QWidget(parent)
+RecallCollectionViewController::RecallCollectionViewController(QWidget *parent)
+    : QWidget(parent), DrawnButtons(this)
 {
-    installRecallCollectionAccessibility();
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(QStringLiteral("Picture grid"));
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
@@ -96,11 +94,7 @@ void RecallCollectionViewController::showPicked(int index, bool picked)
     else
         item.showUnselected();
     update(itemRect(index));
-    QAccessible::State checked;
-    checked.checked = true;
-    QAccessibleStateChangeEvent event(this, checked);
-    event.setChild(index);
-    QAccessible::updateAccessibility(&event);
+    announceCheckedChange(index);
 }
 
 QRect RecallCollectionViewController::itemRect(int index) const
@@ -114,12 +108,9 @@ QRect RecallCollectionViewController::itemRect(int index) const
                  spanStart(row + 1, numberOfSections, height()) - spacing - top);
 }
 
-int RecallCollectionViewController::indexAt(QPoint point) const
+QString RecallCollectionViewController::buttonName(int index) const
 {
-    for (int index = 0; index < ImageGrid::PictureCount; ++index)
-        if (itemRect(index).contains(point))
-            return index;
-    return -1;
+    return QStringLiteral("Picture %1").arg(item(index).letter());
 }
 
 QSize RecallCollectionViewController::sizeHint() const
@@ -145,16 +136,13 @@ void RecallCollectionViewController::keyPressEvent(QKeyEvent *event)
 
 void RecallCollectionViewController::mousePressEvent(QMouseEvent *event)
 {
-    m_pressedIndex = event->button() == Qt::LeftButton ? indexAt(event->position().toPoint()) : -1;
+    trackPress(event);
     QWidget::mousePressEvent(event);
 }
 
 void RecallCollectionViewController::mouseReleaseEvent(QMouseEvent *event)
 {
-    const int pressed = std::exchange(m_pressedIndex, -1);
-    if (event->button() == Qt::LeftButton && pressed >= 0 &&
-        indexAt(event->position().toPoint()) == pressed)
-        toggleSelectionAt(pressed);
+    trackRelease(event);
     QWidget::mouseReleaseEvent(event);
 }
 

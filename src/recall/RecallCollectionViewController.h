@@ -3,6 +3,7 @@
 #include "core/Constants.h"
 #include "core/ImageGrid.h"
 #include "recall/RecallCollectionViewItem.h"
+#include "ui/DrawnButtons.h"
 
 #include <QList>
 #include <QPixmap>
@@ -22,9 +23,8 @@ class RecallCollectionViewControllerDelegate;
 //
 // It draws its pictures itself rather than holding a widget for each: every opening of the
 // window shows a grid, and fifteen widgets more to show and paint each time cost more than the
-// rest of the unlock screen. A screen reader still finds each picture as a button of its own
-// (see RecallCollectionAccessibility).
-class RecallCollectionViewController : public QWidget
+// rest of the unlock screen. A screen reader still finds each picture as a button of its own.
+class RecallCollectionViewController : public QWidget, public DrawnButtons
 {
     Q_OBJECT
 public:
@@ -48,9 +48,15 @@ public:
 
     void toggleSelectionAt(int index);
     const RecallCollectionViewItem &item(int index) const { return m_items.at(size_t(index)); }
-    // Where the picture at `index` is drawn, and the picture at a point (-1 between pictures).
+    // Where the picture at `index` is drawn.
     QRect itemRect(int index) const;
-    int indexAt(QPoint point) const;
+
+    int buttonCount() const override { return ImageGrid::PictureCount; }
+    QRect buttonRect(int index) const override { return itemRect(index); }
+    QString buttonName(int index) const override;
+    QString buttonDescription(int index) const override { return item(index).pictureName(); }
+    bool isButtonChecked(int index) const override { return item(index).isSelected(); }
+    void pressButton(int index) override { toggleSelectionAt(index); }
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -73,8 +79,6 @@ private:
 
     std::array<RecallCollectionViewItem, ImageGrid::PictureCount> m_items;
     QPixmap m_drawn;
-    // The picture a press began on: a click is a press and a release on the same picture.
-    int m_pressedIndex = -1;
     std::optional<ImageGrid> m_imageGrid;
     RecallCollectionViewControllerDelegate *m_delegate = nullptr;
     QList<int> m_selection;

@@ -5,8 +5,10 @@
 #include "extension/ExtensionServer.h"
 #include "recall/GridPageController.h"
 #include "recall/IncorrectImagesViewController.h"
+#include "recall/PageControl.h"
 #include "recall/RecallCollectionViewController.h"
 
+#include <QAccessible>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
@@ -25,7 +27,8 @@ struct Screen : RecallScreen
     Screen() : RecallScreen(true) {}
 
     // "0" to "2" type the letter of the user's n-th picture on the page shown, "w" a picture not
-    // theirs, "r" Return on the failure screen once it has the focus; other keys as they are.
+    // theirs, "r" Return on the failure screen once it has the focus, "_" and "^" click the
+    // first and the last page's dot; other keys as they are.
     void type(const QString &keys)
     {
         for (const QChar key : keys) {
@@ -35,6 +38,10 @@ struct Screen : RecallScreen
                 });
                 QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
                 (void)QTest::qWaitFor([&] { return !failure(); });
+            } else if (key == u'_' || key == u'^') {
+                pexi::PageControl *dots = screen.findChild<pexi::PageControl *>();
+                QTest::mouseClick(dots, Qt::LeftButton, {},
+                                  dots->buttonRect(key == u'_' ? 0 : 2).center());
             } else {
                 press(key.isDigit() || key == u'w' ? letterFor(key) : key);
             }
@@ -88,6 +95,8 @@ private Q_SLOTS:
         QTest::newRow("nothing yet") << "" << 0 << "0" << 0 << 0 << false;
         QTest::newRow("left arrow on page 1") << "<" << 0 << "0" << 0 << 0 << false;
         QTest::newRow("right arrow on page 3") << ">>>" << 2 << "0" << 0 << 0 << false;
+        QTest::newRow("the last dot, then the first") << "^" << 2 << "0" << 0 << 0 << false;
+        QTest::newRow("dots and arrows") << "^_>" << 1 << "0" << 0 << 0 << false;
         QTest::newRow("the count is the shown grid's") << "01>0<" << 0 << "2" << 3 << 0 << false;
         QTest::newRow("a complete grid moves on") << "012" << 1 << "0" << 3 << 0 << false;
         QTest::newRow("page 2 then page 1 moves to page 3, nothing derived")
@@ -119,6 +128,11 @@ private Q_SLOTS:
         QCOMPARE(s.v.locker.lockState() == pexi::LockState::unlocked, unlocks > 0);
         QCOMPARE(s.screen.findChild<QToolButton *>("leftButton")->isEnabled(), page != 0);
         QCOMPARE(s.screen.findChild<QToolButton *>("rightButton")->isEnabled(), page != 2);
+        // The dot of the page shown is the one checked, for a screen reader too.
+        QAccessibleInterface *dots =
+            QAccessible::queryAccessibleInterface(s.screen.findChild<pexi::PageControl *>());
+        for (int dot = 0; dot < dots->childCount(); ++dot)
+            QCOMPARE(dots->child(dot)->state().checked, dot == page);
     }
 
     // The key is derived on a worker: this thread's loop turns meanwhile, picks are ignored, and
