@@ -90,18 +90,6 @@ void PageControl::pressButton(int index)
         m_delegate->pageControl(this, index);
 }
 
-void PageControl::mousePressEvent(QMouseEvent *event)
-{
-    trackPress(event);
-    QWidget::mousePressEvent(event);
-}
-
-void PageControl::mouseReleaseEvent(QMouseEvent *event)
-{
-    trackRelease(event);
-    QWidget::mouseReleaseEvent(event);
-}
-
 void PageControl::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);

@@ -41,8 +41,6 @@ public:
     QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
-    void mousePressEvent(QMouseEvent *event) override;
-    void mouseReleaseEvent(QMouseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:

@@ -134,18 +134,6 @@ void RecallCollectionViewController::keyPressEvent(QKeyEvent *event)
     toggleSelectionAt(int(index));
 }
 
-void RecallCollectionViewController::mousePressEvent(QMouseEvent *event)
-{
-    trackPress(event);
-    QWidget::mousePressEvent(event);
-}
-
-void RecallCollectionViewController::mouseReleaseEvent(QMouseEvent *event)
-{
-    trackRelease(event);
-    QWidget::mouseReleaseEvent(event);
-}
-
 const QPixmap &RecallCollectionViewController::drawn(qreal ratio)
 {
     if (m_drawn.deviceIndependentSize() == QSizeF(size()) && m_drawn.devicePixelRatio() == ratio)

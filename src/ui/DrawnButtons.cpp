@@ -9,25 +9,60 @@
 
 namespace pexi {
 
+// A child of the widget: it sees the widget's mouse presses and releases, and knows the buttons
+// for as long as they exist.
+class DrawnButtonsHandle : public QObject
+{
+    Q_OBJECT
+public:
+    DrawnButtonsHandle(QWidget *widget, DrawnButtons *buttons) : QObject(widget), buttons(buttons)
+    {
+        widget->installEventFilter(this);
+    }
+    QWidget *widget() const { return static_cast<QWidget *>(parent()); }
+
+    // Null once the buttons are gone, while the rest of the widget is being destroyed.
+    DrawnButtons *buttons;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        const auto type = event->type();
+        if (!buttons || (type != QEvent::MouseButtonPress && type != QEvent::MouseButtonRelease))
+            return false;
+        const auto *mouse = static_cast<const QMouseEvent *>(event);
+        const int at =
+            mouse->button() == Qt::LeftButton ? buttons->buttonAt(mouse->position().toPoint()) : -1;
+        // A click is a press and a release on the same button.
+        if (type == QEvent::MouseButtonPress)
+            m_pressed = at;
+        else if (std::exchange(m_pressed, -1) == at && at >= 0)
+            buttons->pressButton(at);
+        return false;
+    }
+
+private:
+    int m_pressed = -1;
+};
+
 namespace {
 
 class DrawnButtonAccessible : public QAccessibleInterface, public QAccessibleActionInterface
 {
 public:
-    DrawnButtonAccessible(QWidget *widget, DrawnButtons *buttons, int index)
-        : m_widget(widget), m_buttons(buttons), m_index(index)
+    DrawnButtonAccessible(DrawnButtonsHandle *handle, int index) : m_handle(handle), m_index(index)
     {
     }
 
-    bool isValid() const override { return m_widget; }
+    bool isValid() const override { return buttons(); }
     QObject *object() const override { return nullptr; }
     QWindow *window() const override
     {
-        return m_widget ? m_widget->window()->windowHandle() : nullptr;
+        return buttons() ? m_handle->widget()->window()->windowHandle() : nullptr;
     }
     QAccessibleInterface *parent() const override
     {
-        return QAccessible::queryAccessibleInterface(m_widget.data());
+        return m_handle ? QAccessible::queryAccessibleInterface(m_handle->widget()) : nullptr;
     }
     QAccessibleInterface *child(int) const override { return nullptr; }
     QAccessibleInterface *childAt(int, int) const override { return nullptr; }
@@ -36,29 +71,29 @@ public:
 
     QString text(QAccessible::Text kind) const override
     {
-        if (!m_widget)
+        if (!buttons())
             return {};
         if (kind == QAccessible::Name)
-            return m_buttons->buttonName(m_index);
+            return buttons()->buttonName(m_index);
         if (kind == QAccessible::Description)
-            return m_buttons->buttonDescription(m_index);
+            return buttons()->buttonDescription(m_index);
         return {};
     }
     void setText(QAccessible::Text, const QString &) override {}
     QRect rect() const override
     {
-        if (!m_widget)
+        if (!buttons())
             return {};
-        const QRect button = m_buttons->buttonRect(m_index);
-        return {m_widget->mapToGlobal(button.topLeft()), button.size()};
+        const QRect button = buttons()->buttonRect(m_index);
+        return {m_handle->widget()->mapToGlobal(button.topLeft()), button.size()};
     }
     QAccessible::Role role() const override { return QAccessible::Button; }
     QAccessible::State state() const override
     {
         QAccessible::State state;
         state.checkable = true;
-        state.checked = m_widget && m_buttons->isButtonChecked(m_index);
-        state.invisible = !m_widget || !m_widget->isVisible();
+        state.checked = buttons() && buttons()->isButtonChecked(m_index);
+        state.invisible = !buttons() || !m_handle->widget()->isVisible();
         return state;
     }
 
@@ -71,14 +106,15 @@ public:
     QStringList actionNames() const override { return {pressAction()}; }
     void doAction(const QString &name) override
     {
-        if (m_widget && name == pressAction())
-            m_buttons->pressButton(m_index);
+        if (buttons() && name == pressAction())
+            buttons()->pressButton(m_index);
     }
     QStringList keyBindingsForAction(const QString &) const override { return {}; }
 
 private:
-    QPointer<QWidget> m_widget;
-    DrawnButtons *m_buttons;
+    DrawnButtons *buttons() const { return m_handle ? m_handle->buttons : nullptr; }
+
+    QPointer<DrawnButtonsHandle> m_handle;
     const int m_index;
 };
 
@@ -87,9 +123,8 @@ private:
 class DrawnButtonsAccessible : public QAccessibleWidget
 {
 public:
-    DrawnButtonsAccessible(QWidget *widget, DrawnButtons *buttons)
-        : QAccessibleWidget(widget, QAccessible::Grouping), m_buttons(buttons),
-          m_children(size_t(buttons->buttonCount()))
+    DrawnButtonsAccessible(QWidget *widget, DrawnButtonsHandle *handle)
+        : QAccessibleWidget(widget, QAccessible::Grouping), m_handle(handle)
     {
     }
     ~DrawnButtonsAccessible() override
@@ -99,17 +134,17 @@ public:
                 QAccessible::deleteAccessibleInterface(id);
     }
 
-    int childCount() const override { return m_buttons->buttonCount(); }
+    int childCount() const override { return buttons() ? buttons()->buttonCount() : 0; }
     QAccessibleInterface *child(int index) const override
     {
-        if (index < 0 || index >= m_buttons->buttonCount())
+        if (index < 0 || index >= childCount())
             return nullptr;
         if (size_t(index) >= m_children.size())
             m_children.resize(size_t(index) + 1);
         QAccessible::Id &id = m_children[size_t(index)];
         if (!id)
             id = QAccessible::registerAccessibleInterface(
-                new DrawnButtonAccessible(widget(), m_buttons, index));
+                new DrawnButtonAccessible(m_handle, index));
         return QAccessible::accessibleInterface(id);
     }
     int indexOfChild(const QAccessibleInterface *child) const override
@@ -121,30 +156,40 @@ public:
     }
     QAccessibleInterface *childAt(int x, int y) const override
     {
-        return child(m_buttons->buttonAt(widget()->mapFromGlobal(QPoint(x, y))));
+        return buttons() ? child(buttons()->buttonAt(widget()->mapFromGlobal(QPoint(x, y))))
+                         : nullptr;
     }
 
 private:
-    DrawnButtons *m_buttons;
+    DrawnButtons *buttons() const { return m_handle ? m_handle->buttons : nullptr; }
+
+    QPointer<DrawnButtonsHandle> m_handle;
     mutable std::vector<QAccessible::Id> m_children;
 };
 
 QAccessibleInterface *drawnButtonsAccessible(const QString &, QObject *object)
 {
     auto *widget = qobject_cast<QWidget *>(object);
-    auto *buttons = dynamic_cast<DrawnButtons *>(object);
-    return widget && buttons ? new DrawnButtonsAccessible(widget, buttons) : nullptr;
+    auto *handle =
+        widget ? widget->findChild<DrawnButtonsHandle *>(QString(), Qt::FindDirectChildrenOnly)
+               : nullptr;
+    return handle ? new DrawnButtonsAccessible(widget, handle) : nullptr;
 }
 
 } // namespace
 
-DrawnButtons::DrawnButtons(QWidget *widget) : m_widget(widget)
+DrawnButtons::DrawnButtons(QWidget *widget) : m_handle(new DrawnButtonsHandle(widget, this))
 {
     static const bool installed = [] {
         QAccessible::installFactory(&drawnButtonsAccessible);
         return true;
     }();
     Q_UNUSED(installed);
+}
+
+DrawnButtons::~DrawnButtons()
+{
+    m_handle->buttons = nullptr;
 }
 
 QString DrawnButtons::buttonDescription(int) const
@@ -160,26 +205,15 @@ int DrawnButtons::buttonAt(QPoint point) const
     return -1;
 }
 
-void DrawnButtons::trackPress(const QMouseEvent *event)
-{
-    m_pressed = event->button() == Qt::LeftButton ? buttonAt(event->position().toPoint()) : -1;
-}
-
-void DrawnButtons::trackRelease(const QMouseEvent *event)
-{
-    const int pressed = std::exchange(m_pressed, -1);
-    if (event->button() == Qt::LeftButton && pressed >= 0 &&
-        buttonAt(event->position().toPoint()) == pressed)
-        pressButton(pressed);
-}
-
 void DrawnButtons::announceCheckedChange(int index) const
 {
     QAccessible::State checked;
     checked.checked = true;
-    QAccessibleStateChangeEvent event(m_widget, checked);
+    QAccessibleStateChangeEvent event(m_handle->widget(), checked);
     event.setChild(index);
     QAccessible::updateAccessibility(&event);
 }
 
 } // namespace pexi
+
+#include "DrawnButtons.moc"

@@ -3,10 +3,11 @@
 #include <QRect>
 #include <QString>
 
-class QMouseEvent;
 class QWidget;
 
 namespace pexi {
+
+class DrawnButtonsHandle;
 
 // A widget that draws a set of checkable buttons itself instead of holding a widget for each:
 // each widget more costs time every time a window shows it. The widget says where each button
@@ -17,7 +18,7 @@ class DrawnButtons
 {
 public:
     explicit DrawnButtons(QWidget *widget);
-    virtual ~DrawnButtons() = default;
+    virtual ~DrawnButtons();
 
     virtual int buttonCount() const = 0;
     // In the widget's coordinates.
@@ -32,16 +33,13 @@ public:
     int buttonAt(QPoint point) const;
 
 protected:
-    // The widget's mouse handlers call these.
-    void trackPress(const QMouseEvent *event);
-    void trackRelease(const QMouseEvent *event);
     // Tells a screen reader that the button's checked state changed.
     void announceCheckedChange(int index) const;
 
 private:
-    QWidget *m_widget;
-    // The button a press began on.
-    int m_pressed = -1;
+    // Lives with the widget, and outlives this part of it by a moment while the widget is
+    // destroyed: the clicks and the screen reader's interfaces reach the buttons through it.
+    DrawnButtonsHandle *m_handle;
 };
 
 } // namespace pexi

@@ -136,6 +136,17 @@ private Q_SLOTS:
         QVERIFY(grid.selection().isEmpty());
         QVERIFY(!shown->child(selection.value(0))->state().checked);
     }
+
+    // A screen reader's picture goes with its grid.
+    void picturesGoWithTheirGrid()
+    {
+        auto grid = std::make_unique<RecallCollectionViewController>();
+        const QAccessible::Id picture =
+            QAccessible::uniqueId(QAccessible::queryAccessibleInterface(grid.get())->child(3));
+        QVERIFY(QAccessible::accessibleInterface(picture));
+        grid.reset();
+        QVERIFY(!QAccessible::accessibleInterface(picture));
+    }
 };
 
 QTEST_MAIN(TestRecallCollectionViewController)
