@@ -133,9 +133,10 @@ void Preferences::syncWhenChanged() const
 
 bool Preferences::boolForKey(const QString &key) const
 {
-    // Every read goes to the store, so a change made by another process is seen at once. One
-    // look at the file says whether it changed: QSettings' own check, which also works out the
-    // file's time in the local time zone, took twice as long on every showing of the window.
+    // Every read goes to the store, so a change made by another process to the user's settings
+    // is seen at once. One look at the file says whether it changed, which costs less than
+    // QSettings' own check on every showing of the window; a change to the system-wide
+    // defaults behind it is seen with the next change of the user's file.
     syncWhenChanged();
     const QVariant stored = m_settings->value(key);
     if (stored.isValid())

@@ -72,8 +72,8 @@ private:
     void syncWhenChanged() const;
 
     std::unique_ptr<QSettings> m_settings;
-    // The settings file as it was when last read: a save replaces it (another inode) or
-    // rewrites it (another size or time). None before the first read.
+    // The user's settings file as it was when last read (inode, size, time to the nanosecond):
+    // a save changes one of them. None before the first read.
     using FileState = std::array<qint64, 4>;
     mutable std::optional<FileState> m_readState;
     QPointer<QWidget> m_windowController;

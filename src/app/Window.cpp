@@ -28,8 +28,8 @@ void Window::showAt(QPointF point, const InventoryItem &item)
 
 void Window::show(QPointF point, const InventoryItem *item)
 {
-    // Not the item's title: what the vault holds stays out of the log. Whole pixels:
-    // formatting fractions took longer than writing the line.
+    // Not the item's title: what the vault holds stays out of the log. Whole pixels,
+    // which are quicker to write than fractions on every showing.
     logLine(QStringLiteral("floating window opens at (%1, %2)%3")
                 .arg(QString::number(qRound(point.x())), QString::number(qRound(point.y())),
                      item ? QStringLiteral(" for an item") : QString()));

@@ -26,6 +26,7 @@ void PageControl::setNumberOfPages(int count)
     m_currentPage.reset();
     updateGeometry();
     update();
+    announceButtonsChanged();
 }
 
 void PageControl::setCurrentPage(std::optional<int> page)

@@ -7,7 +7,6 @@
 #include <QKeyEvent>
 #include <QPainter>
 
-void mark(const char *);
 namespace pexi {
 
 namespace {
@@ -136,9 +135,10 @@ void RecallCollectionViewController::keyPressEvent(QKeyEvent *event)
 
 const QPixmap &RecallCollectionViewController::drawn(qreal ratio)
 {
-    if (m_drawn.deviceIndependentSize() == QSizeF(size()) && m_drawn.devicePixelRatio() == ratio)
+    if (!m_drawn.isNull() && m_drawnSize == size() && m_drawn.devicePixelRatio() == ratio)
         return m_drawn;
-    m_drawn = QPixmap(size() * ratio);
+    m_drawnSize = size();
+    m_drawn = QPixmap(deviceSize(size(), ratio));
     m_drawn.setDevicePixelRatio(ratio);
     m_drawn.fill(palette().color(QPalette::Window));
     QPainter painter(&m_drawn);

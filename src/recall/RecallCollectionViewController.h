@@ -77,6 +77,8 @@ private:
 
     std::array<RecallCollectionViewItem, ImageGrid::PictureCount> m_items;
     QPixmap m_drawn;
+    // The size `m_drawn` covers, which its own size in device pixels may round up.
+    QSize m_drawnSize;
     std::optional<ImageGrid> m_imageGrid;
     RecallCollectionViewControllerDelegate *m_delegate = nullptr;
     QList<int> m_selection;

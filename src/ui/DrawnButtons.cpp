@@ -28,17 +28,25 @@ protected:
     bool eventFilter(QObject *, QEvent *event) override
     {
         const auto type = event->type();
-        if (!buttons || (type != QEvent::MouseButtonPress && type != QEvent::MouseButtonRelease))
+        // A quick second click comes as a double click instead of its press.
+        const bool press = type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick;
+        if (!buttons || !widget()->isEnabled() || (!press && type != QEvent::MouseButtonRelease))
             return false;
         const auto *mouse = static_cast<const QMouseEvent *>(event);
         const int at =
             mouse->button() == Qt::LeftButton ? buttons->buttonAt(mouse->position().toPoint()) : -1;
-        // A click is a press and a release on the same button.
-        if (type == QEvent::MouseButtonPress)
+        // A click is a press and a release on the same button; the button takes both, as a
+        // button widget would, and what is between buttons goes on as to any widget.
+        if (press) {
             m_pressed = at;
-        else if (std::exchange(m_pressed, -1) == at && at >= 0)
+            return at >= 0;
+        }
+        const int pressed = std::exchange(m_pressed, -1);
+        if (pressed < 0)
+            return false;
+        if (pressed == at)
             buttons->pressButton(at);
-        return false;
+        return true;
     }
 
 private:
@@ -54,7 +62,7 @@ public:
     {
     }
 
-    bool isValid() const override { return buttons(); }
+    bool isValid() const override { return buttons() && m_index < buttons()->buttonCount(); }
     QObject *object() const override { return nullptr; }
     QWindow *window() const override
     {
@@ -92,8 +100,9 @@ public:
     {
         QAccessible::State state;
         state.checkable = true;
-        state.checked = buttons() && buttons()->isButtonChecked(m_index);
-        state.invisible = !buttons() || !m_handle->widget()->isVisible();
+        state.checked = isValid() && buttons()->isButtonChecked(m_index);
+        state.invisible = !isValid() || !m_handle->widget()->isVisible();
+        state.disabled = !isValid() || !m_handle->widget()->isEnabled();
         return state;
     }
 
@@ -106,7 +115,7 @@ public:
     QStringList actionNames() const override { return {pressAction()}; }
     void doAction(const QString &name) override
     {
-        if (buttons() && name == pressAction())
+        if (isValid() && m_handle->widget()->isEnabled() && name == pressAction())
             buttons()->pressButton(m_index);
     }
     QStringList keyBindingsForAction(const QString &) const override { return {}; }
@@ -149,9 +158,11 @@ public:
     }
     int indexOfChild(const QAccessibleInterface *child) const override
     {
-        for (size_t index = 0; index < m_children.size(); ++index)
-            if (m_children[index] && QAccessible::accessibleInterface(m_children[index]) == child)
-                return int(index);
+        const int count = std::min(childCount(), int(m_children.size()));
+        for (int index = 0; index < count; ++index)
+            if (m_children[size_t(index)] &&
+                QAccessible::accessibleInterface(m_children[size_t(index)]) == child)
+                return index;
         return -1;
     }
     QAccessibleInterface *childAt(int x, int y) const override
@@ -167,8 +178,11 @@ private:
     mutable std::vector<QAccessible::Id> m_children;
 };
 
-QAccessibleInterface *drawnButtonsAccessible(const QString &, QObject *object)
+QAccessibleInterface *drawnButtonsAccessible(const QString &className, QObject *object)
 {
+    // Asked once for each class the object is, its own first.
+    if (className != QLatin1String(object->metaObject()->className()))
+        return nullptr;
     auto *widget = qobject_cast<QWidget *>(object);
     auto *handle =
         widget ? widget->findChild<DrawnButtonsHandle *>(QString(), Qt::FindDirectChildrenOnly)
@@ -203,6 +217,12 @@ int DrawnButtons::buttonAt(QPoint point) const
         if (buttonRect(index).contains(point))
             return index;
     return -1;
+}
+
+void DrawnButtons::announceButtonsChanged() const
+{
+    QAccessibleEvent event(m_handle->widget(), QAccessible::ObjectReorder);
+    QAccessible::updateAccessibility(&event);
 }
 
 void DrawnButtons::announceCheckedChange(int index) const

@@ -12,8 +12,8 @@ class DrawnButtonsHandle;
 // A widget that draws a set of checkable buttons itself instead of holding a widget for each:
 // each widget more costs time every time a window shows it. The widget says where each button
 // is, what it is called and whether it is checked; this gives it the clicks (a press and a
-// release on the same button) and shows the buttons to a screen reader as buttons of their
-// own, which it can press.
+// release on the same button, while the widget is enabled) and shows the buttons to a screen reader
+// as buttons of their own, which it can press.
 class DrawnButtons
 {
 public:
@@ -33,6 +33,8 @@ public:
     int buttonAt(QPoint point) const;
 
 protected:
+    // Tells a screen reader that there are other buttons now.
+    void announceButtonsChanged() const;
     // Tells a screen reader that the button's checked state changed.
     void announceCheckedChange(int index) const;
 

@@ -22,16 +22,14 @@ void StaticTextLabel::paintEvent(QPaintEvent *event)
         return;
     }
     QPainter painter(this);
-    const QPixmap &drawn = m_text.drawn(
+    m_text.prepare(
         text(), font(),
         palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()),
         paintRatio(painter));
     const QRect area = contentsRect().adjusted(margin(), margin(), -margin(), -margin());
     const Qt::Alignment aligned = QStyle::visualAlignment(layoutDirection(), alignment());
-    painter.drawPixmap(QStyle::alignedRect(layoutDirection(), aligned,
-                                           drawn.deviceIndependentSize().toSize(), area)
-                           .topLeft(),
-                       drawn);
+    m_text.paint(painter,
+                 QStyle::alignedRect(layoutDirection(), aligned, m_text.size(), area).topLeft());
 }
 
 } // namespace pexi

@@ -19,14 +19,13 @@ void StaticTextToolButton::paintEvent(QPaintEvent *event)
         return;
     }
     QPainter painter(this);
-    const QPixmap &drawn = m_text.drawn(
+    m_text.prepare(
         text(), font(),
         palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::ButtonText),
         paintRatio(painter));
-    const QSizeF size = drawn.deviceIndependentSize();
-    painter.drawPixmap(
-        QPointF(qRound((width() - size.width()) / 2), qRound((height() - size.height()) / 2)),
-        drawn);
+    const QSize size = m_text.size();
+    m_text.paint(painter, {qRound((width() - size.width()) / 2.0),
+                           qRound((height() - size.height()) / 2.0)});
 }
 
 } // namespace pexi

@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFileInfo>
 #include <QLabel>
 #include <QPointer>
 #include <QSaveFile>
@@ -26,18 +27,24 @@ class TestPreferences : public QObject
     BrowserController m_browsers{m_launcher};
     std::unique_ptr<QSettings> store() const { return m_temporary.store(); }
     std::unique_ptr<Preferences> preferences() const { return m_temporary.preferences(); }
-    // As another program would: the settings file replaced, unknown to this process's QSettings.
+    // As another program would: the settings file replaced, unknown to this process's QSettings,
+    // a second later than it was last written (QSettings tells files apart by the millisecond).
     void storeElsewhere(const QString &key, const QString &value) const
     {
         QFile file(store()->fileName());
+        const QDateTime written = QFileInfo(file).lastModified();
         QStringList lines{"[General]"};
         if (file.open(QIODevice::ReadOnly))
             lines = QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        file.close();
         lines.removeIf([&](const QString &line) { return line.startsWith(key + u'='); });
         QSaveFile saved(file.fileName());
         QVERIFY(saved.open(QIODevice::WriteOnly));
         saved.write((lines.join(u'\n') + u'\n' + key + u'=' + value + u'\n').toUtf8());
         QVERIFY(saved.commit());
+        if (written.isValid())
+            QVERIFY(file.open(QIODevice::ReadWrite) &&
+                    file.setFileTime(written.addSecs(1), QFileDevice::FileModificationTime));
     }
 
 private slots:
@@ -66,6 +73,8 @@ private slots:
             "1 0 1 1 | save_notifications=false | -");
         row("changed back elsewhere", "welcome=0 read show_welcome_screen=true",
             "1 1 1 1 | show_welcome_screen=true | -");
+        row("changed elsewhere, same size", "auto_save_passwords=1 read auto_save_passwords=0",
+            "0 1 1 1 | auto_save_passwords=0 | -");
         row("icon hidden, shown", "icon=0 icon=1", "1 1 1 1 | - | 0 1");
         row("icon shown while shown", "icon=1", "1 1 1 1 | - | -");
         row("icon hidden twice", "icon=0 icon=0", "1 1 1 0 | - | 0");

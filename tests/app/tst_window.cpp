@@ -14,6 +14,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QLayout>
 #include <QTest>
 
 using pexi::FloatingWindowController;
@@ -197,6 +198,11 @@ private Q_SLOTS:
         QPointer<pexi::FloatingWindow> made;
         QTRY_VERIFY(!first && (made = spare())); // once the window has gone
         QFETCH(QString, change);
+        // It was laid out when it was made, every layout in it: none is redone as it shows.
+        QList<QWidget *> laidOut = made->findChildren<QWidget *>();
+        laidOut << made;
+        for (QWidget *widget : std::as_const(laidOut))
+            QVERIFY(!widget->layout() || !widget->layout()->activate());
         if (!change.isEmpty()) {
             for (const char *suffix : {"", "-wal", "-shm"})
                 QFile::remove(o.v.vault.filePath() + suffix);

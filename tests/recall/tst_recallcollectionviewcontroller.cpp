@@ -19,12 +19,13 @@ struct CountingDelegate : pexi::RecallCollectionViewControllerDelegate
     int calls = 0;
 };
 
-// A step of the user on the picture at an index: a click, its letter typed, a press from a
-// screen reader, a press on it released on the next picture, a click just right of it; or
-// picks turned off, as while an unlock is under way.
+// A step of the user on the picture at an index: a click, a double click, its letter typed, a
+// press from a screen reader, a press on it released on the next picture, a click just right
+// of it; or picks turned off, as while an unlock is under way; or the grid disabled.
 struct Step
 {
-    enum Kind { Click, Key, ReaderPress, DragToNext, ClickBeside, PicksOff } kind;
+    enum Kind { Click, DoubleClick, Key, ReaderPress, DragToNext, ClickBeside, PicksOff, Off };
+    Kind kind;
     int index = 0;
     char key = 0;
 };
@@ -44,6 +45,8 @@ void take(RecallCollectionViewController &grid, const Step &step)
     switch (step.kind) {
     case Step::Click:
         return QTest::mouseClick(&grid, Qt::LeftButton, {}, cell.center());
+    case Step::DoubleClick: // through the window, which delivers it as a desktop does
+        return QTest::mouseDClick(grid.windowHandle(), Qt::LeftButton, {}, cell.center());
     case Step::Key:
         return QTest::keyClick(&grid, step.key);
     case Step::ReaderPress:
@@ -59,6 +62,8 @@ void take(RecallCollectionViewController &grid, const Step &step)
         return QTest::mouseClick(&grid, Qt::LeftButton, {}, {cell.right() + 4, cell.center().y()});
     case Step::PicksOff:
         return grid.setAcceptsPicks(false);
+    case Step::Off:
+        return grid.setEnabled(false);
     }
 }
 
@@ -87,6 +92,10 @@ private Q_SLOTS:
             << QList{key('p'), key('P'), key('1'), key('0')} << QList<int>{} << 0;
         QTest::newRow("a screen reader's press")
             << QList{Step{Step::ReaderPress, 7}} << QList{7} << 1;
+        QTest::newRow("a quick second click takes it back")
+            << QList{Step{Step::DoubleClick, 4}} << QList<int>{} << 2;
+        QTest::newRow("a disabled grid takes no click and no press")
+            << QList{Step{Step::Off}, click(4), Step{Step::ReaderPress, 5}} << QList<int>{} << 0;
         QTest::newRow("released on another picture, or clicked between two: no pick")
             << QList{Step{Step::DragToNext, 3}, Step{Step::ClickBeside, 4}} << QList<int>{} << 0;
         QTest::newRow("a full grid takes no more")

@@ -44,6 +44,8 @@ void change(QWidget &widget, const QString &what)
         grid->setImageGrid(ImageGrid(PictureLibrary::names().last(ImageGrid::PictureCount)));
     else if (what == u"dark mode")
         Appearance::instance().setDark(true);
+    else if (what == u"palette")
+        widget.setPalette(QPalette(Qt::darkCyan));
     else if (what == u"size")
         widget.resize(widget.size() + QSize(30, 40));
     else
@@ -66,7 +68,7 @@ private Q_SLOTS:
         for (const char *kind : {"label", "button"})
             for (const char *what : {"text", "font", "disabled"})
                 QTest::addRow("%s, %s", kind, what) << kind << what;
-        for (const char *what : {"picture", "dark mode", "size", "picked"})
+        for (const char *what : {"picture", "dark mode", "palette", "size", "picked"})
             QTest::addRow("grid, %s", what) << "grid" << what;
     }
     void drawnAnewOnChange()
@@ -82,7 +84,7 @@ private Q_SLOTS:
         QCOMPARE(after, fresh->grab().toImage());
     }
     // Kept at one pixel ratio, it is drawn again at another: drawn at twice the pixels, it
-    // shows what it shows at one, only sharper.
+    // shows what it shows at one, only sharper, and what one made for that ratio shows.
     void drawnAtEachRatio_data()
     {
         QTest::addColumn<QString>("kind");
@@ -94,9 +96,10 @@ private Q_SLOTS:
         QFETCH(QString, kind);
         const std::unique_ptr<QWidget> widget = made(kind);
         const QImage single = drawnAt(*widget, 1);
+        const QImage doubled = drawnAt(*widget, 2);
+        QCOMPARE(doubled, drawnAt(*made(kind), 2));
         const QImage halved =
-            drawnAt(*widget, 2)
-                .scaled(single.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            doubled.scaled(single.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         qint64 difference = 0;
         for (int y = 0; y < single.height(); ++y)
             for (int x = 0; x < single.width(); ++x)
