@@ -12,8 +12,8 @@ class DrawnButtonsHandle;
 // A widget that draws a set of checkable buttons itself instead of holding a widget for each:
 // each widget more costs time every time a window shows it. The widget says where each button
 // is, what it is called and whether it is checked; this gives it the clicks (a press and a
-// release on the same button, while the widget is enabled) and shows the buttons to a screen reader
-// as buttons of their own, which it can press.
+// release on the same button, while the widget is enabled) and shows the buttons to a screen
+// reader as buttons of their own, which it can press.
 class DrawnButtons
 {
 public:
