@@ -35,7 +35,8 @@ Preferences::Preferences(QObject *parent)
 }
 
 Preferences::Preferences(std::unique_ptr<QSettings> settings, QObject *parent)
-    : QObject(parent), m_settings(std::move(settings))
+    : QObject(parent), m_settings(std::move(settings)),
+      m_settingsPath(QFile::encodeName(m_settings->fileName()))
 {
 }
 
@@ -113,11 +114,8 @@ void Preferences::registerDefaultValues(const QVariantMap &values)
 
 void Preferences::syncWhenChanged() const
 {
-    struct stat file
-    {
-    };
-    const QByteArray path = QFile::encodeName(m_settings->fileName());
-    if (path.isEmpty() || ::stat(path.constData(), &file) != 0) {
+    struct stat file = {};
+    if (m_settingsPath.isEmpty() || ::stat(m_settingsPath.constData(), &file) != 0) {
         m_readState.reset();
         m_settings->sync();
         return;

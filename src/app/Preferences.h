@@ -2,6 +2,7 @@
 
 #include "capture/CapturePreferences.h"
 
+#include <QByteArray>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -72,6 +73,7 @@ private:
     void syncWhenChanged() const;
 
     std::unique_ptr<QSettings> m_settings;
+    const QByteArray m_settingsPath;
     // The user's settings file as it was when last read (inode, size, time to the nanosecond):
     // a save changes one of them. None before the first read.
     using FileState = std::array<qint64, 4>;

@@ -2,6 +2,7 @@
 
 #include "app/FloatingWindow.h"
 #include "app/RecallWrapperViewController.h"
+#include "ui/PaintRatio.h"
 
 #include <QImage>
 #include <QLayout>
@@ -78,7 +79,7 @@ SpareWindow::Window SpareWindow::build()
     // out texts), so that showing it only puts those on the screen.
     // At the screen's pixel ratio, so that what is drawn is what the screen will show.
     const qreal ratio = window->devicePixelRatioF();
-    QImage canvas(window->size() * ratio, QImage::Format_ARGB32_Premultiplied);
+    QImage canvas(deviceSize(window->size(), ratio), QImage::Format_ARGB32_Premultiplied);
     canvas.setDevicePixelRatio(ratio);
     window->render(&canvas);
     finishLayouts(window);
